@@ -1,0 +1,26 @@
+#pragma once
+
+#include <Qt>
+
+// Posts synthetic key presses to whatever window has the keyboard focus.
+// Every key press it posts is marked as this program's own, so that the key
+// watcher never mistakes it for something the user typed.
+class KeySender {
+public:
+    virtual ~KeySender() = default;
+
+    enum class Shortcut {
+        copy,  // copy the selection of the focused window
+        paste, // paste the clipboard into the focused window
+    };
+
+    // One key press (down, then up) with exactly these modifiers held.
+    // Qt::ControlModifier is Command on macOS and Ctrl elsewhere.
+    virtual void send(Qt::Key key, Qt::KeyboardModifiers modifiers) = 0;
+
+    // The copy or paste keystroke that the focused application understands:
+    // Command+C / Command+V on macOS; on Linux Ctrl+C / Ctrl+V, or
+    // Ctrl+Shift+C / Ctrl+Shift+V for terminal emulators, where Ctrl+C would
+    // interrupt the running program.
+    virtual void sendShortcut(Shortcut shortcut) = 0;
+};
