@@ -1,0 +1,77 @@
+#pragma once
+
+#include "async/CancelToken.h"
+#include "platform/KeyStroke.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <functional>
+
+class AppSettings;
+class Platform;
+class SnippetStore;
+struct Snippet;
+
+// Watches what the user types system-wide and, when the last characters end
+// with a snippet's abbreviation, erases the abbreviation and pastes the
+// expansion in its place, leaving the clipboard as it was. Follows the
+// "snippetsEnabled" setting, checked every two seconds.
+class SnippetEngine : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged)
+public:
+    SnippetEngine(Platform& platform, SnippetStore& store, AppSettings& settings,
+                  QObject* parent = nullptr);
+
+    // The instance on the installed platform and the shared store and settings.
+    static SnippetEngine& shared();
+
+    // Asked when the user switches snippets on without the Input Monitoring
+    // permission: shows the explanation and answers true for "Continue". The
+    // application installs a dialog; without one the answer is "Cancel".
+    using PermissionPrompt = std::function<bool()>;
+    void setPermissionPrompt(PermissionPrompt prompt);
+
+    // True while the key watcher runs.
+    bool isRunning() const { return m_isRunning; }
+
+    // Starts the two-second poll that reconciles the watcher with the
+    // setting, and reconciles once at once.
+    void startMonitoringState();
+    // One reconciliation: starts the watcher when snippets are on and the
+    // permission is there, stops it when they are off.
+    void tick();
+    // The user's switch.
+    void setEnabled(bool on);
+
+    // The most recent typed characters, at most 64 (for tests).
+    QString buffer() const { return m_buffer; }
+
+    // The longest abbreviation that `typed` ends with; the earliest in list
+    // order among equally long ones; null when none matches.
+    static const Snippet* match(const QString& typed, const QList<Snippet>& snippets);
+
+Q_SIGNALS:
+    void isRunningChanged();
+    // After an expansion sequence has restored the clipboard (for tests and
+    // benchmarks).
+    void expansionFinished();
+
+private:
+    void start();
+    void stop();
+    void setRunning(bool running);
+    void handle(const KeyStroke& stroke);
+    QCoro::Task<> expand(int abbreviationLength, QString expansion);
+
+    Platform& m_platform;
+    SnippetStore& m_store;
+    AppSettings& m_settings;
+    PermissionPrompt m_prompt;
+    QTimer m_timer;
+    QString m_buffer;
+    bool m_isRunning = false;
+};
