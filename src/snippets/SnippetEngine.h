@@ -2,6 +2,7 @@
 
 #include "async/CancelToken.h"
 #include "platform/KeyStroke.h"
+#include "snippets/AbbreviationIndex.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -65,6 +66,8 @@ private:
     void stop();
     void setRunning(bool running);
     void handle(const KeyStroke& stroke);
+    // The winner for the buffer as it is now, or null.
+    const Snippet* findMatch();
     QCoro::Task<> expand(int abbreviationLength, QString expansion);
 
     Platform& m_platform;
@@ -74,4 +77,7 @@ private:
     QTimer m_timer;
     QString m_buffer;
     bool m_isRunning = false;
+    // Rebuilt lazily after the store's list changes.
+    AbbreviationIndex m_index;
+    bool m_indexStale = true;
 };

@@ -1,0 +1,224 @@
+#include "snippets/SnippetEngine.h"
+
+#include "platform/Platform.h"
+#include "settings/AppSettings.h"
+#include "snippets/Graphemes.h"
+#include "snippets/SnippetStore.h"
+
+#include <QCoroTimer>
+#include <QPointer>
+
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// How many typed characters the engine remembers.
+constexpr qsizetype bufferCharacters = 64;
+// The most text one key press may add; anything beyond is cut off.
+constexpr qsizetype maximumKeyText = 8;
+
+bool clearsBuffer(KeyStroke::KeyClass keyClass) {
+    switch (keyClass) {
+    case KeyStroke::KeyClass::returnKey:
+    case KeyStroke::KeyClass::tab:
+    case KeyStroke::KeyClass::escape:
+    case KeyStroke::KeyClass::enter:
+    case KeyStroke::KeyClass::home:
+    case KeyStroke::KeyClass::end:
+    case KeyStroke::KeyClass::pageUp:
+    case KeyStroke::KeyClass::pageDown:
+    case KeyStroke::KeyClass::forwardDelete:
+    case KeyStroke::KeyClass::left:
+    case KeyStroke::KeyClass::right:
+    case KeyStroke::KeyClass::down:
+    case KeyStroke::KeyClass::up:
+        return true;
+    case KeyStroke::KeyClass::other:
+    case KeyStroke::KeyClass::backspace:
+        return false;
+    }
+    return false;
+}
+
+// Cuts overlong key text without leaving half of a surrogate pair behind.
+QString limitedKeyText(const QString& text) {
+    if (text.size() <= maximumKeyText)
+        return text;
+    QString cut = text.left(maximumKeyText);
+    if (cut.back().isHighSurrogate())
+        cut.back() = QChar::ReplacementCharacter;
+    return cut;
+}
+
+} // namespace
+
+SnippetEngine::SnippetEngine(Platform& platform, SnippetStore& store, AppSettings& settings,
+                             QObject* parent)
+    : QObject(parent)
+    , m_platform(platform)
+    , m_store(store)
+    , m_settings(settings) {
+    m_timer.setInterval(2s);
+    connect(&m_timer, &QTimer::timeout, this, &SnippetEngine::tick);
+    connect(&m_platform.keyWatcher(), &KeyWatcher::keyPressed, this, &SnippetEngine::handle);
+    connect(&m_store, &SnippetStore::snippetsChanged, this, [this] { m_indexStale = true; });
+}
+
+SnippetEngine& SnippetEngine::shared() {
+    static SnippetEngine* engine =
+        new SnippetEngine(Platform::shared(), SnippetStore::shared(), AppSettings::shared());
+    return *engine;
+}
+
+void SnippetEngine::setPermissionPrompt(PermissionPrompt prompt) {
+    m_prompt = std::move(prompt);
+}
+
+void SnippetEngine::startMonitoringState() {
+    m_timer.stop();
+    m_timer.start();
+    tick();
+}
+
+void SnippetEngine::tick() {
+    const bool enabled = m_settings.snippetsEnabled();
+    if (enabled && !m_isRunning) {
+        if (m_platform.permissions().inputMonitoringGranted())
+            start();
+    } else if (!enabled && m_isRunning) {
+        stop();
+    }
+}
+
+void SnippetEngine::setEnabled(bool on) {
+    PermissionService& permissions = m_platform.permissions();
+    if (!on) {
+        m_settings.setSnippetsEnabled(false);
+        stop();
+        return;
+    }
+    if (permissions.inputMonitoringGranted()) {
+        m_settings.setSnippetsEnabled(true);
+        tick();
+        return;
+    }
+    m_platform.shell().activate();
+    const bool proceed = m_prompt && m_prompt();
+    if (!proceed)
+        return; // the setting keeps its value and the switch shows off again
+    m_settings.setSnippetsEnabled(true);
+    permissions.requestInputMonitoring();
+    permissions.openPane(PermissionService::Pane::inputMonitoring);
+    // The two-second poll starts the watcher once the permission is granted.
+}
+
+void SnippetEngine::start() {
+    if (m_isRunning)
+        return;
+    // A refusal leaves the engine stopped; the next tick tries again.
+    if (!m_platform.keyWatcher().start())
+        return;
+    m_buffer.clear();
+    setRunning(true);
+}
+
+void SnippetEngine::stop() {
+    m_platform.keyWatcher().stop();
+    m_buffer.clear();
+    setRunning(false);
+}
+
+void SnippetEngine::setRunning(bool running) {
+    m_isRunning = running;
+    Q_EMIT isRunningChanged();
+}
+
+void SnippetEngine::handle(const KeyStroke& stroke) {
+    if (!m_isRunning || stroke.own)
+        return;
+    // Ctrl (Command on macOS) and Super (Control on macOS) combinations are
+    // shortcuts, not typing; Shift and Alt (Option) type characters.
+    if (stroke.modifiers & (Qt::ControlModifier | Qt::MetaModifier)) {
+        m_buffer.clear();
+        return;
+    }
+    if (clearsBuffer(stroke.keyClass)) {
+        m_buffer.clear();
+        return;
+    }
+    if (stroke.keyClass == KeyStroke::KeyClass::backspace) {
+        Graphemes::removeLast(m_buffer);
+        return;
+    }
+    if (stroke.text.isEmpty())
+        return;
+    m_buffer.append(limitedKeyText(stroke.text));
+    Graphemes::keepLast(m_buffer, bufferCharacters);
+
+    const Snippet* winner = findMatch();
+    if (!winner)
+        return;
+    m_buffer.clear();
+    // The key itself reaches the application unchanged; the expansion erases
+    // the whole abbreviation, this key included, a moment later.
+    expand(int(Graphemes::count(winner->abbreviation)), winner->expansion);
+}
+
+const Snippet* SnippetEngine::findMatch() {
+    if (m_indexStale) {
+        m_index = AbbreviationIndex(m_store.snippets());
+        m_indexStale = false;
+    }
+    const qsizetype position = m_index.find(m_buffer);
+    return position < 0 ? nullptr : &m_store.snippets().at(position);
+}
+
+const Snippet* SnippetEngine::match(const QString& typed, const QList<Snippet>& snippets) {
+    const Snippet* winner = nullptr;
+    qsizetype winnerCharacters = 0;
+    for (const Snippet& snippet : snippets) {
+        const QString& abbreviation = snippet.abbreviation;
+        if (abbreviation.isEmpty() || !typed.endsWith(abbreviation) ||
+            !Graphemes::isBoundary(typed, typed.size() - abbreviation.size()))
+            continue;
+        const qsizetype characters = Graphemes::count(abbreviation);
+        if (!winner || characters > winnerCharacters) {
+            winner = &snippet;
+            winnerCharacters = characters;
+        }
+    }
+    return winner;
+}
+
+QCoro::Task<> SnippetEngine::expand(int abbreviationLength, QString expansion) {
+    // The receiving application needs these pauses to take each step in
+    // turn: the abbreviation's last key, the erasing, the new clipboard, the
+    // paste, and its request for the clipboard's content.
+    QPointer<SnippetEngine> self(this);
+    co_await QCoro::sleepFor(50ms);
+    if (!self)
+        co_return;
+    KeySender& keys = m_platform.keySender();
+    for (int i = 0; i < abbreviationLength; ++i)
+        keys.send(Qt::Key_Backspace, Qt::NoModifier);
+
+    co_await QCoro::sleepFor(30ms);
+    if (!self)
+        co_return;
+    Clipboard& clipboard = m_platform.clipboard();
+    const ClipboardSnapshot saved = clipboard.snapshot();
+    clipboard.setText(expansion);
+
+    co_await QCoro::sleepFor(40ms);
+    if (!self)
+        co_return;
+    m_platform.keySender().sendShortcut(KeySender::Shortcut::paste);
+
+    co_await QCoro::sleepFor(400ms);
+    if (!self)
+        co_return;
+    m_platform.clipboard().restore(saved);
+    Q_EMIT expansionFinished();
+}
