@@ -11,7 +11,8 @@
 // network library's own description), or cancellation, which callers swallow.
 class ClientError {
 public:
-    ClientError(const LLMError& error) : m_llm(error) {} // NOLINT: implicit by design
+    ClientError(const LLMError& error)
+        : m_llm(error) {} // NOLINT: implicit by design
 
     static ClientError transport(int networkError, const QString& description);
     static ClientError cancelled();

@@ -23,8 +23,8 @@ namespace LLMClient {
 // a missing model also arrives as failed(). The caller owns the stream.
 ChatStream* stream(const QString& instruction, const QString& text, QObject* parent = nullptr);
 // The same against an explicit connection (the command line's overrides).
-ChatStream* stream(const ServerSettings& settings, const QString& instruction,
-                   const QString& text, QObject* parent = nullptr);
+ChatStream* stream(const ServerSettings& settings, const QString& instruction, const QString& text,
+                   QObject* parent = nullptr);
 
 struct ModelList {
     QStringList names;                // in the server's order, duplicates kept

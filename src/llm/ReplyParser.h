@@ -32,4 +32,8 @@ Piece parse(const QString& line, bool ollama);
 // "error.message", else the first 300 characters of the trimmed body.
 QString errorMessage(const QString& body);
 
+// Length in user-perceived characters (grapheme clusters), the unit of the
+// limits on error texts.
+qsizetype characterCount(const QString& text);
+
 } // namespace LLMClient

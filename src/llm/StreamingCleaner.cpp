@@ -1,0 +1,84 @@
+#include "llm/StreamingCleaner.h"
+
+#include "llm/ReplyText.h"
+
+using ReplyText::closeTag;
+using ReplyText::openTag;
+
+namespace {
+
+// Length of the longest end of `text[0, end)` that is the beginning of an
+// opening tag (a lone "<", "<t", ... "<think"), which more text could complete.
+qsizetype partialTagAtEnd(const QString& text, qsizetype end) {
+    for (qsizetype length = std::min<qsizetype>(openTag.size() - 1, end); length > 0; --length) {
+        if (QStringView(text).mid(end - length, length) == openTag.left(length))
+            return length;
+    }
+    return 0;
+}
+
+} // namespace
+
+QString StreamingCleaner::feed(const QString& piece) {
+    m_text += piece;
+    // Remove every block that is now closed, exactly as ReplyText::cleaned
+    // does, but resuming where the last search stopped.
+    for (;;) {
+        if (m_open < 0) {
+            m_open = m_text.indexOf(openTag, m_searchFrom);
+            if (m_open < 0) {
+                m_searchFrom = std::max<qsizetype>(0, m_text.size() - (openTag.size() - 1));
+                break;
+            }
+            m_searchFrom = m_open + openTag.size();
+        }
+        const qsizetype close = m_text.indexOf(closeTag, m_searchFrom);
+        if (close < 0) {
+            m_searchFrom = std::max(m_open + openTag.size(), m_text.size() - (closeTag.size() - 1));
+            break;
+        }
+        m_text.remove(m_open, close + closeTag.size() - m_open);
+        // The join may form a new opening tag that starts up to six
+        // characters before the cut.
+        m_searchFrom = std::max<qsizetype>(0, m_open - (openTag.size() - 1));
+        m_open = -1;
+    }
+    return certainText();
+}
+
+QString StreamingCleaner::certainText() {
+    // Text before an open block, or the whole text, less a partial tag at its
+    // end, can no longer change.
+    qsizetype end = m_open >= 0 ? m_open : m_text.size();
+    end -= partialTagAtEnd(m_text, end);
+    // Trailing white space is held back until something follows it.
+    while (end > m_emitted && m_text.at(end - 1).isSpace())
+        --end;
+    // Never half of a surrogate pair: its other half comes with the next piece.
+    if (end > m_emitted && m_text.at(end - 1).isHighSurrogate())
+        --end;
+    if (m_start < 0) {
+        qsizetype start = 0;
+        while (start < end && m_text.at(start).isSpace())
+            ++start;
+        if (start == end)
+            return {}; // only white space so far: it may all be trimmed away
+        m_start = start;
+        m_emitted = start;
+    }
+    if (end <= m_emitted)
+        return {};
+    QString out = m_text.mid(m_emitted, end - m_emitted);
+    m_emitted = end;
+    m_handedOut += out.size();
+    return out;
+}
+
+QString StreamingCleaner::finish() {
+    // Whatever is held back is now known: an open block runs to the end, a
+    // partial tag is text, and the trailing white space ends the reply.
+    const QString all = ReplyText::cleaned(m_text);
+    QString rest = all.mid(m_handedOut);
+    m_handedOut = all.size();
+    return rest;
+}
