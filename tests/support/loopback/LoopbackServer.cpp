@@ -1,0 +1,260 @@
+#include "LoopbackServer.h"
+
+#include <QPointer>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <chrono>
+
+namespace {
+
+qint64 nowNs() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+QByteArray reasonPhrase(int status) {
+    switch (status) {
+    case 200:
+        return "OK";
+    case 201:
+        return "Created";
+    case 204:
+        return "No Content";
+    case 400:
+        return "Bad Request";
+    case 401:
+        return "Unauthorized";
+    case 404:
+        return "Not Found";
+    case 429:
+        return "Too Many Requests";
+    case 500:
+        return "Internal Server Error";
+    case 503:
+        return "Service Unavailable";
+    default:
+        return "Status";
+    }
+}
+
+} // namespace
+
+// One client connection: reads requests one after the other (keep-alive) and
+// sends each reply as its plan says.
+class LoopbackConnection : public QObject {
+public:
+    LoopbackConnection(LoopbackServer* server, QTcpSocket* socket)
+        : QObject(socket)
+        , m_server(server)
+        , m_socket(socket) {
+        m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        connect(m_socket, &QTcpSocket::readyRead, this, [this] { readRequests(); });
+        connect(m_socket, &QTcpSocket::disconnected, this, [this] { onDisconnected(); });
+    }
+
+private:
+    void readRequests() {
+        m_buffer += m_socket->readAll();
+        while (m_current < 0) {
+            const qsizetype headEnd = m_buffer.indexOf("\r\n\r\n");
+            if (headEnd < 0)
+                return;
+            const QList<QByteArray> lines = m_buffer.left(headEnd).split('\n');
+            LoopbackServer::Request request;
+            const QList<QByteArray> requestLine = lines.value(0).trimmed().split(' ');
+            request.method = requestLine.value(0);
+            request.path = requestLine.value(1);
+            qsizetype contentLength = 0;
+            for (qsizetype i = 1; i < lines.size(); ++i) {
+                const QByteArray line = lines[i].trimmed();
+                const qsizetype colon = line.indexOf(':');
+                if (colon <= 0)
+                    continue;
+                const QByteArray name = line.left(colon).trimmed();
+                const QByteArray value = line.mid(colon + 1).trimmed();
+                request.headers.append({name, value});
+                if (name.compare("content-length", Qt::CaseInsensitive) == 0)
+                    contentLength = value.toLongLong();
+            }
+            if (m_buffer.size() < headEnd + 4 + contentLength)
+                return; // the body is still coming
+            request.body = m_buffer.mid(headEnd + 4, contentLength);
+            m_buffer.remove(0, headEnd + 4 + contentLength);
+            startReply(request);
+        }
+    }
+
+    void startReply(const LoopbackServer::Request& request) {
+        m_plan = m_server->planFor(request.method, request.path);
+        m_current = m_server->record(request);
+        Q_EMIT m_server->requestReceived(m_current);
+        if (m_plan.mode == ReplyPlan::Mode::hold)
+            return;
+
+        m_pieces = m_plan.pieces();
+        m_next = 0;
+        QByteArray head = "HTTP/1.1 " + QByteArray::number(m_plan.status) + ' ' +
+                          reasonPhrase(m_plan.status) + "\r\nContent-Type: " + m_plan.contentType +
+                          "\r\n";
+        if (m_plan.framing == ReplyPlan::Framing::chunked)
+            head += "Transfer-Encoding: chunked\r\n";
+        else
+            head += "Content-Length: " + QByteArray::number(m_plan.body.size()) + "\r\n";
+        head += "\r\n";
+        m_socket->write(head);
+        m_socket->flush();
+        sendNextPiece();
+    }
+
+    void sendNextPiece() {
+        if (m_current < 0)
+            return;
+        if (m_next < m_pieces.size()) {
+            const QByteArray& piece = m_pieces[m_next];
+            const qint64 time = nowNs();
+            if (m_plan.framing == ReplyPlan::Framing::chunked)
+                m_socket->write(QByteArray::number(piece.size(), 16) + "\r\n" + piece + "\r\n");
+            else
+                m_socket->write(piece);
+            m_socket->flush();
+            const int index = m_current;
+            const int pieceIndex = m_next++;
+            m_server->update(index,
+                             [time](LoopbackServer::Request& r) { r.pieceTimes.append(time); });
+            QPointer<LoopbackConnection> self(this);
+            Q_EMIT m_server->pieceWritten(index, pieceIndex, int(m_pieces.size()));
+            if (!self)
+                return;
+        }
+        if (m_next < m_pieces.size()) {
+            QTimer::singleShot(m_plan.delay, Qt::PreciseTimer, this, [this] { sendNextPiece(); });
+            return;
+        }
+        finishReply();
+    }
+
+    void finishReply() {
+        const int index = m_current;
+        if (m_plan.mode == ReplyPlan::Mode::closeMidBody) {
+            // The server gives up in the middle of the body.
+            m_closedByUs = true;
+            m_current = -1;
+            m_socket->disconnectFromHost();
+            return;
+        }
+        if (m_plan.framing == ReplyPlan::Framing::chunked)
+            m_socket->write("0\r\n\r\n");
+        m_socket->flush();
+        m_current = -1;
+        m_server->update(index, [](LoopbackServer::Request& r) { r.replyComplete = true; });
+        Q_EMIT m_server->replyComplete(index);
+        // A kept-alive connection may already carry the next request.
+        QTimer::singleShot(0, this, [this] { readRequests(); });
+    }
+
+    void onDisconnected() {
+        const int index = m_current;
+        m_current = -1;
+        if (index >= 0 && !m_closedByUs) {
+            m_server->update(index, [](LoopbackServer::Request& r) { r.clientClosedEarly = true; });
+            Q_EMIT m_server->clientClosedEarly(index);
+        }
+        m_socket->deleteLater();
+    }
+
+    LoopbackServer* m_server;
+    QTcpSocket* m_socket;
+    QByteArray m_buffer;
+    ReplyPlan m_plan;
+    QList<QByteArray> m_pieces;
+    qsizetype m_next = 0;
+    int m_current = -1; // the request being answered (or held); -1 between requests
+    bool m_closedByUs = false;
+};
+
+QByteArray LoopbackServer::Request::header(QByteArrayView name) const {
+    for (const auto& [key, value] : headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+int LoopbackServer::Request::headerCount(QByteArrayView name) const {
+    int count = 0;
+    for (const auto& header : headers)
+        count += header.first.compare(name, Qt::CaseInsensitive) == 0 ? 1 : 0;
+    return count;
+}
+
+LoopbackServer::LoopbackServer(QObject* parent)
+    : QObject(parent)
+    , m_server(new QTcpServer(this))
+    , m_fallback(ReplyPlan::text(404, "text/plain; charset=utf-8", "404 page not found")) {
+    connect(m_server, &QTcpServer::newConnection, this, [this] {
+        while (QTcpSocket* socket = m_server->nextPendingConnection())
+            new LoopbackConnection(this, socket);
+    });
+}
+
+LoopbackServer::~LoopbackServer() = default;
+
+bool LoopbackServer::listen(quint16 port) {
+    return m_server->listen(QHostAddress::LocalHost, port);
+}
+
+quint16 LoopbackServer::port() const {
+    return m_server->serverPort();
+}
+
+QString LoopbackServer::url() const {
+    return QStringLiteral("http://127.0.0.1:%1").arg(port());
+}
+
+void LoopbackServer::route(const QByteArray& method, const QByteArray& path,
+                           const ReplyPlan& plan) {
+    QMutexLocker lock(&m_mutex);
+    m_routes.insert(method + ' ' + path, plan);
+}
+
+void LoopbackServer::setFallback(const ReplyPlan& plan) {
+    QMutexLocker lock(&m_mutex);
+    m_fallback = plan;
+}
+
+ReplyPlan LoopbackServer::planFor(const QByteArray& method, const QByteArray& target) const {
+    const qsizetype query = target.indexOf('?');
+    const QByteArray path = query < 0 ? target : target.left(query);
+    QMutexLocker lock(&m_mutex);
+    return m_routes.value(method + ' ' + path, m_fallback);
+}
+
+int LoopbackServer::record(const Request& request) {
+    QMutexLocker lock(&m_mutex);
+    m_requests.append(request);
+    return int(m_requests.size() - 1);
+}
+
+template <typename Change>
+void LoopbackServer::update(int index, Change&& change) {
+    QMutexLocker lock(&m_mutex);
+    change(m_requests[index]);
+}
+
+QList<LoopbackServer::Request> LoopbackServer::requests() const {
+    QMutexLocker lock(&m_mutex);
+    return m_requests;
+}
+
+int LoopbackServer::requestCount() const {
+    QMutexLocker lock(&m_mutex);
+    return int(m_requests.size());
+}
+
+LoopbackServer::Request LoopbackServer::request(int index) const {
+    QMutexLocker lock(&m_mutex);
+    return m_requests.value(index);
+}

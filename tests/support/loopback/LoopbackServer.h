@@ -1,0 +1,79 @@
+#pragma once
+
+#include "ReplyPlan.h"
+
+#include <QHash>
+#include <QList>
+#include <QMutex>
+#include <QObject>
+
+#include <utility>
+
+class QTcpServer;
+class QTcpSocket;
+
+// A small HTTP/1.1 server on 127.0.0.1 for tests of the model client: it
+// answers each request by its method and path with a ReplyPlan, and records
+// what the client sent and how the exchange ended.
+//
+// It lives in the thread it was created in (or moved to); requests() may be
+// read from any thread.
+class LoopbackServer : public QObject {
+    Q_OBJECT
+public:
+    struct Request {
+        QByteArray method;
+        QByteArray path; // the request target as sent, query included
+        QList<std::pair<QByteArray, QByteArray>> headers;
+        QByteArray body;
+        // The client closed the connection before the reply was over (or
+        // while the server held it).
+        bool clientClosedEarly = false;
+        // The whole reply went out, framing included.
+        bool replyComplete = false;
+        // Monotonic time (steady clock, ns) just before each body piece was
+        // written to the socket.
+        QList<qint64> pieceTimes;
+
+        // The value of the first header with this name (any case); empty if none.
+        QByteArray header(QByteArrayView name) const;
+        int headerCount(QByteArrayView name) const;
+    };
+
+    explicit LoopbackServer(QObject* parent = nullptr);
+    ~LoopbackServer() override;
+
+    // Listens on 127.0.0.1; port 0 picks a free port.
+    bool listen(quint16 port = 0);
+    quint16 port() const;
+    // "http://127.0.0.1:<port>"
+    QString url() const;
+
+    // Every request with this method and path (without query) gets `plan`.
+    void route(const QByteArray& method, const QByteArray& path, const ReplyPlan& plan);
+    // For every request no route matches; by default a 404 in plain text.
+    void setFallback(const ReplyPlan& plan);
+
+    QList<Request> requests() const;
+    int requestCount() const;
+    Request request(int index) const;
+
+Q_SIGNALS:
+    void requestReceived(int index);
+    void pieceWritten(int index, int piece, int pieceCount);
+    void replyComplete(int index);
+    void clientClosedEarly(int index);
+
+private:
+    friend class LoopbackConnection;
+    ReplyPlan planFor(const QByteArray& method, const QByteArray& target) const;
+    int record(const Request& request);
+    template <typename Change>
+    void update(int index, Change&& change);
+
+    QTcpServer* m_server;
+    QHash<QByteArray, ReplyPlan> m_routes;
+    ReplyPlan m_fallback;
+    mutable QMutex m_mutex;
+    QList<Request> m_requests;
+};

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <chrono>
+#include <optional>
+
+// How the loopback server answers one request: the status, the body and the
+// way the body travels (framing, pieces, pauses), or one of the misbehaviours
+// a model server can show.
+struct ReplyPlan {
+    enum class Mode {
+        answer,       // status, headers, then the body in pieces
+        hold,         // read the request and never answer
+        closeMidBody, // send the head and part of the body, then close the connection
+    };
+    enum class Framing {
+        chunked,       // Transfer-Encoding: chunked, one chunk per piece
+        contentLength, // Content-Length, the pieces back to back
+    };
+    enum class Split {
+        whole,       // the body in one piece
+        lines,       // a piece ends after every line terminator
+        bytes,       // one byte per piece
+        insideUtf8,  // a cut after the first byte of every multi-byte UTF-8 character
+        betweenCrLf, // a cut between the CR and the LF of every CR LF
+    };
+
+    int status = 200;
+    QByteArray contentType = "application/json";
+    QByteArray body;
+    Mode mode = Mode::answer;
+    Framing framing = Framing::chunked;
+    Split split = Split::whole;
+    // Pause before every piece after the first; zero still hands control
+    // back to the event loop between pieces.
+    std::chrono::milliseconds delay{0};
+    // closeMidBody: how many body bytes go out before the close; -1 for half.
+    qsizetype closeAfter = -1;
+
+    // A recorded reply: first line "HTTP <status>", then the body byte for
+    // byte. The Content-Type comes from "content-types.tsv" beside the file.
+    static std::optional<ReplyPlan> fromVector(const QString& path);
+    static ReplyPlan text(int status, const QByteArray& contentType, const QByteArray& body);
+    // 200 with an HTML page, as a web server or a captive portal answers.
+    static ReplyPlan htmlPage();
+
+    // The body as it goes out, cut as `split` says (truncated for closeMidBody).
+    QList<QByteArray> pieces() const;
+    QByteArray sentBody() const;
+};
+
+// Body rewrites for tests of line endings.
+namespace BodyText {
+QByteArray withCrLf(const QByteArray& body); // every LF becomes CR LF
+QByteArray withCr(const QByteArray& body);   // every LF becomes CR
+QByteArray withoutFinalNewline(const QByteArray& body);
+} // namespace BodyText
