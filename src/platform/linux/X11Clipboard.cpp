@@ -1,0 +1,72 @@
+#include "platform/linux/X11Clipboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+
+X11Clipboard::X11Clipboard(QObject* parent)
+    : QObject(parent)
+    , m_clipboard(QGuiApplication::clipboard()) {
+    // Qt learns of other programs' changes through XFixes selection events
+    // and of ours at once; both end up here.
+    connect(m_clipboard, &QClipboard::changed, this, [this](QClipboard::Mode mode) {
+        if (mode == QClipboard::Clipboard)
+            ++m_changes;
+    });
+}
+
+bool X11Clipboard::keepsFormat(const QString& format) {
+    static const QStringList left = {
+        QStringLiteral("TARGETS"),   QStringLiteral("MULTIPLE"),
+        QStringLiteral("TIMESTAMP"), QStringLiteral("SAVE_TARGETS"),
+        QStringLiteral("DELETE"),    QStringLiteral("application/x-qt-image"),
+    };
+    return !format.isEmpty() && !left.contains(format);
+}
+
+ClipboardSnapshot X11Clipboard::snapshot() {
+    const QMimeData* data = m_clipboard->mimeData(QClipboard::Clipboard);
+    if (!data)
+        return {};
+    const QStringList formats = data->formats();
+    if (formats.isEmpty())
+        return {};
+    ClipboardSnapshot::Item item;
+    for (const QString& format : formats) {
+        if (!keepsFormat(format))
+            continue;
+        const QByteArray bytes = data->data(format);
+        if (bytes.isNull())
+            continue; // the owner would not give it
+        item.append({format, bytes});
+    }
+    return ClipboardSnapshot{{item}};
+}
+
+void X11Clipboard::restore(const ClipboardSnapshot& snapshot) {
+    auto* data = new QMimeData;
+    bool any = false;
+    // X11 has one item; more (from elsewhere) are merged, the first wins.
+    for (const ClipboardSnapshot::Item& item : snapshot.items) {
+        for (const auto& [format, bytes] : item) {
+            if (data->hasFormat(format))
+                continue;
+            data->setData(format, bytes);
+            any = true;
+        }
+    }
+    if (!any) {
+        delete data;
+        m_clipboard->clear(QClipboard::Clipboard);
+        return;
+    }
+    m_clipboard->setMimeData(data, QClipboard::Clipboard);
+}
+
+void X11Clipboard::setText(const QString& text) {
+    m_clipboard->setText(text, QClipboard::Clipboard);
+}
+
+QString X11Clipboard::text() {
+    return m_clipboard->text(QClipboard::Clipboard);
+}

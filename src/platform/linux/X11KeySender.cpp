@@ -1,0 +1,127 @@
+#include "platform/linux/X11KeySender.h"
+
+#include "platform/linux/ApplicationRules.h"
+#include "platform/linux/KeySymbols.h"
+#include "platform/linux/X11FrontWindow.h"
+#include "platform/linux/XConnection.h"
+
+#include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+// The key pressed for each modifier, in Modifier bit order.
+constexpr xkb_keysym_t modifierKeys[] = {XKB_KEY_Control_L, XKB_KEY_Shift_L, XKB_KEY_Alt_L,
+                                         XKB_KEY_Super_L, XKB_KEY_ISO_Level3_Shift};
+
+} // namespace
+
+X11KeySender::X11KeySender(XConnection& connection, X11FrontWindow& front)
+    : m_connection(connection)
+    , m_front(front) {}
+
+unsigned X11KeySender::modifierOf(xcb_keycode_t keycode) const {
+    switch (m_connection.keyboard().baseKeysym(keycode)) {
+    case XKB_KEY_Control_L:
+    case XKB_KEY_Control_R:
+        return control;
+    case XKB_KEY_Shift_L:
+    case XKB_KEY_Shift_R:
+        return shift;
+    case XKB_KEY_Alt_L:
+    case XKB_KEY_Alt_R:
+    case XKB_KEY_Meta_L:
+    case XKB_KEY_Meta_R:
+        return alt;
+    case XKB_KEY_Super_L:
+    case XKB_KEY_Super_R:
+    case XKB_KEY_Hyper_L:
+    case XKB_KEY_Hyper_R:
+        return super;
+    case XKB_KEY_ISO_Level3_Shift:
+    case XKB_KEY_Mode_switch:
+        return levelThree;
+    default:
+        return 0;
+    }
+}
+
+void X11KeySender::fake(quint8 type, xcb_keycode_t keycode) {
+    xcb_test_fake_input(m_connection.xcb(), type, keycode, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+}
+
+void X11KeySender::send(Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    XkbKeyboard& keyboard = m_connection.keyboard();
+    const xkb_keysym_t keysym = KeySymbols::fromQtKey(key);
+    const auto position = keyboard.find(keysym);
+    if (keysym == XKB_KEY_NoSymbol || !position)
+        return; // the layout has no such key: nothing is sent
+
+    unsigned wanted = 0;
+    if (modifiers & Qt::ControlModifier)
+        wanted |= control;
+    if (modifiers & Qt::AltModifier)
+        wanted |= alt;
+    if (modifiers & Qt::MetaModifier)
+        wanted |= super;
+    // A shifted symbol (":" on a US layout) brings its own Shift or AltGr.
+    if ((modifiers & Qt::ShiftModifier) || (position->levelModifiers & XkbKeyboard::levelShift))
+        wanted |= shift;
+    if (position->levelModifiers & XkbKeyboard::levelThree)
+        wanted |= levelThree;
+
+    // The modifier keys down at this moment, whoever holds them.
+    auto keymap = std::unique_ptr<xcb_query_keymap_reply_t, decltype(&std::free)>(
+        xcb_query_keymap_reply(m_connection.xcb(), xcb_query_keymap(m_connection.xcb()), nullptr),
+        &std::free);
+    QList<xcb_keycode_t> lifted;
+    unsigned held = 0;
+    if (keymap) {
+        for (int code = 8; code < 256; ++code) {
+            if (!(keymap->keys[code / 8] & (1 << (code % 8))))
+                continue;
+            const unsigned modifier = modifierOf(xcb_keycode_t(code));
+            if (!modifier)
+                continue;
+            held |= modifier;
+            if (!(wanted & modifier))
+                lifted.append(xcb_keycode_t(code));
+        }
+    }
+    QList<xcb_keycode_t> pressed;
+    for (int i = 0; i < modifierCount; ++i) {
+        const unsigned modifier = 1u << i;
+        if (!(wanted & modifier) || (held & modifier))
+            continue;
+        const auto modifierKey = keyboard.find(modifierKeys[i]);
+        if (!modifierKey)
+            return; // the press cannot have its modifiers: send nothing
+        pressed.append(xcb_keycode_t(modifierKey->keycode));
+    }
+
+    for (xcb_keycode_t code : lifted)
+        fake(XCB_KEY_RELEASE, code);
+    for (xcb_keycode_t code : pressed)
+        fake(XCB_KEY_PRESS, code);
+    fake(XCB_KEY_PRESS, xcb_keycode_t(position->keycode));
+    fake(XCB_KEY_RELEASE, xcb_keycode_t(position->keycode));
+    for (auto it = pressed.crbegin(); it != pressed.crend(); ++it)
+        fake(XCB_KEY_RELEASE, *it);
+    for (xcb_keycode_t code : lifted)
+        fake(XCB_KEY_PRESS, code);
+    m_connection.postMarker();
+}
+
+void X11KeySender::sendShortcut(Shortcut shortcut) {
+    const xcb_window_t window = m_front.currentWindow();
+    const X11FrontWindow::WindowClass names =
+        window == XCB_NONE ? X11FrontWindow::WindowClass{} : m_front.windowClass(window);
+    Qt::KeyboardModifiers modifiers = Qt::ControlModifier;
+    if (ApplicationRules::shortcutStyle(names.instance, names.name) ==
+        ApplicationRules::ShortcutStyle::terminal)
+        modifiers |= Qt::ShiftModifier;
+    send(shortcut == Shortcut::copy ? Qt::Key_C : Qt::Key_V, modifiers);
+}

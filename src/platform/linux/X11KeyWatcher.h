@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/KeyWatcher.h"
+#include "platform/linux/XEventListener.h"
+
+class XConnection;
+
+// Every key press on every master keyboard, from XInput 2 raw events on the
+// root window (they arrive whatever window has the focus and whatever grab is
+// active), turned into text with the current layout and modifier state.
+// Modifier and lock keys pressed alone are not reported: they type nothing and
+// are not keys of their own to the snippet engine.
+class X11KeyWatcher : public KeyWatcher, private XEventListener {
+    Q_OBJECT
+public:
+    explicit X11KeyWatcher(XConnection& connection, QObject* parent = nullptr);
+    ~X11KeyWatcher() override;
+
+    bool start() override;
+    void stop() override;
+    bool isWatching() const override { return m_watching; }
+
+private:
+    void handleXEvent(const xcb_generic_event_t* event) override;
+
+    XConnection& m_connection;
+    bool m_watching = false;
+};

@@ -1,0 +1,74 @@
+// A tiny editor for end-to-end tests: a QPlainTextEdit that writes its whole
+// text to a file after every change (atomically, so a reader never sees half
+// of it), and once at start, which tells a test that it is up.
+//
+//   wendle-test-editor --file PATH [--text TEXT] [--select-all | --select START:END]
+//                      [--title TITLE]
+//
+// Window title: TITLE (default "Wendle Test Editor"); WM_CLASS
+// "wendle-test-editor" / "Wendle-test-editor".
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QPlainTextEdit>
+#include <QSaveFile>
+#include <QTextCursor>
+
+namespace {
+
+void save(const QString& path, const QString& text) {
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(text.toUtf8());
+        file.commit();
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("wendle-test-editor"));
+
+    QCommandLineParser parser;
+    const QCommandLineOption fileOption(QStringLiteral("file"), QStringLiteral("Text file"),
+                                        QStringLiteral("path"));
+    const QCommandLineOption textOption(QStringLiteral("text"), QStringLiteral("Initial text"),
+                                        QStringLiteral("text"));
+    const QCommandLineOption selectAllOption(QStringLiteral("select-all"),
+                                             QStringLiteral("Select the whole text"));
+    const QCommandLineOption selectOption(QStringLiteral("select"),
+                                          QStringLiteral("Select characters START to END"),
+                                          QStringLiteral("start:end"));
+    const QCommandLineOption titleOption(QStringLiteral("title"), QStringLiteral("Window title"),
+                                         QStringLiteral("title"),
+                                         QStringLiteral("Wendle Test Editor"));
+    parser.addOptions({fileOption, textOption, selectAllOption, selectOption, titleOption});
+    parser.addHelpOption();
+    parser.process(app);
+    if (!parser.isSet(fileOption))
+        parser.showHelp(2);
+    const QString path = parser.value(fileOption);
+
+    QPlainTextEdit editor;
+    editor.setWindowTitle(parser.value(titleOption));
+    editor.resize(600, 300);
+    editor.setPlainText(parser.value(textOption));
+    QTextCursor cursor = editor.textCursor();
+    if (parser.isSet(selectAllOption)) {
+        cursor.select(QTextCursor::Document);
+    } else if (parser.isSet(selectOption)) {
+        const QStringList range = parser.value(selectOption).split(QLatin1Char(':'));
+        cursor.setPosition(range.value(0).toInt());
+        cursor.setPosition(range.value(1).toInt(), QTextCursor::KeepAnchor);
+    } else {
+        cursor.movePosition(QTextCursor::End);
+    }
+    editor.setTextCursor(cursor);
+
+    QObject::connect(&editor, &QPlainTextEdit::textChanged,
+                     [&] { save(path, editor.toPlainText()); });
+    editor.show();
+    save(path, editor.toPlainText());
+    return QApplication::exec();
+}
