@@ -52,6 +52,16 @@ QString limitedKeyText(const QString& text) {
     return cut;
 }
 
+// Sleeps without blocking. A precise timer, because a coarse one may fire up
+// to 5% early and these pauses are the receiving application's time to act.
+QCoro::Task<> pause(std::chrono::milliseconds duration) {
+    QTimer timer;
+    timer.setTimerType(Qt::PreciseTimer);
+    timer.setSingleShot(true);
+    timer.start(duration);
+    co_await timer;
+}
+
 } // namespace
 
 SnippetEngine::SnippetEngine(Platform& platform, SnippetStore& store, AppSettings& settings,
@@ -197,26 +207,26 @@ QCoro::Task<> SnippetEngine::expand(int abbreviationLength, QString expansion) {
     // turn: the abbreviation's last key, the erasing, the new clipboard, the
     // paste, and its request for the clipboard's content.
     QPointer<SnippetEngine> self(this);
-    co_await QCoro::sleepFor(50ms);
+    co_await pause(50ms);
     if (!self)
         co_return;
     KeySender& keys = m_platform.keySender();
     for (int i = 0; i < abbreviationLength; ++i)
         keys.send(Qt::Key_Backspace, Qt::NoModifier);
 
-    co_await QCoro::sleepFor(30ms);
+    co_await pause(30ms);
     if (!self)
         co_return;
     Clipboard& clipboard = m_platform.clipboard();
     const ClipboardSnapshot saved = clipboard.snapshot();
     clipboard.setText(expansion);
 
-    co_await QCoro::sleepFor(40ms);
+    co_await pause(40ms);
     if (!self)
         co_return;
     m_platform.keySender().sendShortcut(KeySender::Shortcut::paste);
 
-    co_await QCoro::sleepFor(400ms);
+    co_await pause(400ms);
     if (!self)
         co_return;
     m_platform.clipboard().restore(saved);

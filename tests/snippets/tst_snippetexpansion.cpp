@@ -1,0 +1,105 @@
+#include "EngineFixture.h"
+
+// The expansion sequence: its steps, their order and pauses, and the
+// clipboard around it.
+class TestSnippetExpansion : public QObject {
+    Q_OBJECT
+private:
+    std::unique_ptr<EngineFixture> f;
+
+private Q_SLOTS:
+    void init() { f = std::make_unique<EngineFixture>(); }
+    void cleanup() { f.reset(); }
+
+    void typingTheAbbreviationRunsTheWholeExpansionInOrderWithItsPauses() {
+        QVERIFY(f->start());
+        const ClipboardSnapshot before{{{{"text/html", "<b>mine</b>"}, {"text/plain", "mine"}},
+                                        {{"image/png", QByteArray("\x89PNG\0\1", 6)}}}};
+        f->clipboard().content = before;
+        f->watcher().typeText("Hello ;si");
+        QVERIFY(f->platform.steps.isEmpty());
+        f->platform.clock.start();
+        f->watcher().typeText("g");
+        // The key that completes the abbreviation passes on; nothing happens
+        // until the first pause is over.
+        QVERIFY(f->platform.steps.isEmpty());
+        QCOMPARE(f->engine->buffer(), QString());
+        QVERIFY(f->waitForExpansions(1));
+
+        QStringList order;
+        for (const Step& step : f->platform.steps)
+            order.append(step.what);
+        QCOMPARE(order, (QStringList{"backspace", "backspace", "backspace", "backspace", "snapshot",
+                                     "set text", "paste", "restore"}));
+        const auto at = [&](int i) { return f->platform.steps.at(i).atMs; };
+        QVERIFY2(at(0) >= 50, qPrintable(QString::number(at(0))));
+        QCOMPARE(at(3), at(0)); // no pause between the backspaces
+        QVERIFY2(at(4) - at(3) >= 30, qPrintable(QString::number(at(4) - at(3))));
+        QVERIFY2(at(6) - at(5) >= 40, qPrintable(QString::number(at(6) - at(5))));
+        QVERIFY2(at(7) - at(6) >= 400, qPrintable(QString::number(at(7) - at(6))));
+
+        // The expansion was on the clipboard when the paste went out, and the
+        // clipboard holds exactly what it held before afterwards.
+        QCOMPARE(f->clipboard().content, before);
+        QCOMPARE(f->clipboard().restores, 1);
+    }
+
+    void theExpansionIsOnTheClipboardWhenThePasteGoesOut() {
+        QVERIFY(f->start());
+        f->clipboard().setText("previous");
+        const QStringList& pasted = f->recordPastes();
+        f->watcher().typeText(";addr");
+        QVERIFY(f->waitForExpansions(1));
+        QCOMPARE(pasted, QStringList{"123 Main Street\nSpringfield"});
+        QCOMPARE(f->clipboard().text(), QString("previous"));
+        QCOMPARE(f->keys().shortcuts, QList<KeySender::Shortcut>{KeySender::Shortcut::paste});
+    }
+
+    void anEmptyClipboardIsEmptyAgainAfterwards() {
+        QVERIFY(f->start());
+        f->watcher().typeText(";sig");
+        QVERIFY(f->waitForExpansions(1));
+        QVERIFY(f->clipboard().content.isEmpty());
+    }
+
+    void theExpansionsOwnKeysDoNotDisturbTheNextAbbreviation() {
+        QVERIFY(f->start());
+        // Play the desktop: every key the engine sends comes back to the
+        // watcher marked as its own.
+        f->keys().onShortcut = [&](KeySender::Shortcut) {
+            f->watcher().type(KeyStroke{Key::other, Qt::ControlModifier, "v", true});
+        };
+        f->watcher().typeText(";sig");
+        f->watcher().typeText("ab");
+        QVERIFY(f->waitForExpansions(1));
+        QCOMPARE(f->engine->buffer(), QString("ab"));
+    }
+
+    void twoExpansionsMayOverlap() {
+        QVERIFY(f->start());
+        f->clipboard().setText("original");
+        f->watcher().typeText(";sig");
+        QTest::qWait(150); // the first has pasted and waits to restore
+        QCOMPARE(f->keys().shortcuts.size(), 1);
+        f->watcher().typeText(";addr");
+        QVERIFY(f->waitForExpansions(2));
+        QCOMPARE(f->keys().shortcuts.size(), 2);
+        QCOMPARE(f->backspaces(), 9);
+        // Not serialised: the second snapshot was taken while the first
+        // expansion was still on the clipboard, and the second restores last.
+        QCOMPARE(f->clipboard().restores, 2);
+        QCOMPARE(f->clipboard().text(), QString("Best regards,\nYour Name"));
+    }
+
+    void anEngineDestroyedMidExpansionTakesNoFurtherStep() {
+        QVERIFY(f->start());
+        f->watcher().typeText(";sig");
+        QTRY_COMPARE(f->keys().shortcuts.size(), 1);
+        f->engine.reset();
+        QTest::qWait(500);
+        QCOMPARE(f->clipboard().restores, 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSnippetExpansion)
+#include "tst_snippetexpansion.moc"
