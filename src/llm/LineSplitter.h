@@ -63,8 +63,8 @@ bool LineSplitter::feed(QByteArrayView bytes, OnLine&& onLine) {
             if (!onLine(line))
                 return false;
         } else {
-            const QByteArray line = std::exchange(m_partial, QByteArray()) +
-                                    QByteArrayView(data + lineStart, lineEnd - lineStart);
+            QByteArray line = std::exchange(m_partial, QByteArray());
+            line.append(data + lineStart, lineEnd - lineStart);
             lineStart = i;
             if (!onLine(QByteArrayView(line)))
                 return false;

@@ -7,14 +7,24 @@ using ReplyText::openTag;
 
 namespace {
 
-// Length of the longest end of `text[0, end)` that is the beginning of an
-// opening tag (a lone "<", "<t", ... "<think"), which more text could complete.
+// Length of the end of `text[0, end)` that is the beginning of an opening
+// tag (a lone "<", "<t", ... "<think"); 0 if there is none. There is at most
+// one, since the tag holds a single "<".
 qsizetype partialTagAtEnd(const QString& text, qsizetype end) {
     for (qsizetype length = std::min<qsizetype>(openTag.size() - 1, end); length > 0; --length) {
         if (QStringView(text).mid(end - length, length) == openTag.left(length))
             return length;
     }
     return 0;
+}
+
+// How much of the text before a block that starts at `cut` is final. Once
+// the block is removed, a partial tag just before it can join the text after
+// it into a new opening tag, whose block can do the same in turn.
+qsizetype settledEnd(const QString& text, qsizetype cut) {
+    while (const qsizetype partial = partialTagAtEnd(text, cut))
+        cut -= partial;
+    return cut;
 }
 
 } // namespace
@@ -47,15 +57,15 @@ QString StreamingCleaner::feed(const QString& piece) {
 }
 
 QString StreamingCleaner::certainText() {
-    // Text before an open block, or the whole text, less a partial tag at its
-    // end, can no longer change.
-    qsizetype end = m_open >= 0 ? m_open : m_text.size();
-    end -= partialTagAtEnd(m_text, end);
-    // Trailing white space is held back until something follows it.
-    while (end > m_emitted && m_text.at(end - 1).isSpace())
-        --end;
+    // A block may still start at the end of the text (a partial tag there,
+    // or the next piece); an open block may still close. Either way the text
+    // before it is final, as far as settledEnd() says.
+    qsizetype end = settledEnd(m_text, m_open >= 0 ? m_open : m_text.size());
     // Never half of a surrogate pair: its other half comes with the next piece.
     if (end > m_emitted && m_text.at(end - 1).isHighSurrogate())
+        --end;
+    // Trailing white space is held back until something follows it.
+    while (end > m_emitted && m_text.at(end - 1).isSpace())
         --end;
     if (m_start < 0) {
         qsizetype start = 0;
