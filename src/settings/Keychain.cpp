@@ -2,10 +2,14 @@
 
 #include <QCoroSignal>
 #include <QStringDecoder>
+#include <QTimer>
 
 #include <qt6keychain/keychain.h>
 
+#include <coroutine>
+#include <memory>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -15,11 +19,50 @@ const QString account = QStringLiteral("api-key");
 std::chrono::milliseconds currentTimeout{5000};
 std::optional<QString> memoryStore; // set only by useMemoryStoreForTesting
 
+// Operations run one after the other, in call order: a set is a delete
+// followed by a write, and two sets in a row must not interleave (delete,
+// delete, write of the older value), or clearing the key right after typing it
+// would leave the old key stored. Each operation holds a Turn for its whole
+// run; the next operation's Turn waits until the previous one is released.
+struct Gate {
+    bool open = false;
+    std::coroutine_handle<> next; // the operation waiting for this one
+};
+std::shared_ptr<Gate> lastGate;
+
+class Turn {
+public:
+    Turn()
+        : m_previous(std::exchange(lastGate, std::make_shared<Gate>()))
+        , m_mine(lastGate) {}
+    ~Turn() {
+        m_mine->open = true;
+        // Resumed from the event loop, not from inside this coroutine's exit.
+        if (const std::coroutine_handle<> next = std::exchange(m_mine->next, {}))
+            QTimer::singleShot(0, [next] { next.resume(); });
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    auto wait() {
+        struct Awaiter {
+            std::shared_ptr<Gate> gate;
+            bool await_ready() const noexcept { return !gate || gate->open; }
+            void await_suspend(std::coroutine_handle<> waiting) noexcept { gate->next = waiting; }
+            void await_resume() const noexcept {}
+        };
+        return Awaiter{m_previous};
+    }
+
+private:
+    std::shared_ptr<Gate> m_previous;
+    std::shared_ptr<Gate> m_mine;
+};
+
 // Runs one keychain job to its end or until the time-out, whichever comes
 // first. A job that times out is left to finish (and delete itself) in the
-// background; QtKeychain runs its jobs one at a time, in order.
-QCoro::Task<bool> run(QKeychain::Job* job)
-{
+// background.
+QCoro::Task<bool> run(QKeychain::Job* job) {
     job->setAutoDelete(false);
     auto finished = qCoro(job, &QKeychain::Job::finished, currentTimeout);
     job->start();
@@ -35,10 +78,11 @@ QCoro::Task<bool> run(QKeychain::Job* job)
 
 namespace Keychain {
 
-QCoro::Task<QString> get()
-{
+QCoro::Task<QString> get() {
     if (memoryStore)
         co_return *memoryStore;
+    Turn turn;
+    co_await turn.wait();
     auto* job = new QKeychain::ReadPasswordJob(service);
     job->setKey(account);
     if (!co_await run(job))
@@ -50,12 +94,13 @@ QCoro::Task<QString> get()
     co_return decoder.hasError() ? QString() : text;
 }
 
-QCoro::Task<> set(QString value)
-{
+QCoro::Task<> set(QString value) {
     if (memoryStore) {
         memoryStore = value;
         co_return;
     }
+    Turn turn;
+    co_await turn.wait();
     auto* remove = new QKeychain::DeletePasswordJob(service);
     remove->setKey(account);
     co_await run(remove);
@@ -67,18 +112,15 @@ QCoro::Task<> set(QString value)
     co_await run(write);
 }
 
-std::chrono::milliseconds timeout()
-{
+std::chrono::milliseconds timeout() {
     return currentTimeout;
 }
 
-void setTimeout(std::chrono::milliseconds timeout)
-{
+void setTimeout(std::chrono::milliseconds timeout) {
     currentTimeout = timeout;
 }
 
-void useMemoryStoreForTesting()
-{
+void useMemoryStoreForTesting() {
     if (!memoryStore)
         memoryStore = QString();
 }
