@@ -80,7 +80,7 @@ namespace Keychain {
 
 QCoro::Task<QString> get() {
     if (memoryStore)
-        co_return *memoryStore;
+        co_return QString(*memoryStore); // a copy: QCoro 0.8 moves from an lvalue co_returned
     Turn turn;
     co_await turn.wait();
     auto* job = new QKeychain::ReadPasswordJob(service);
