@@ -307,8 +307,14 @@ QProcess* DesktopSession::start(const QString& program, const QStringList& argum
     process->start(program, arguments);
     if (!process->waitForStarted(10000))
         return nullptr;
+    m_logs.insert(process.get(), log);
     m_processes.push_back(std::move(process));
     return m_processes.back().get();
+}
+
+QByteArray DesktopSession::output(QProcess* process) const {
+    QFile log(m_logs.value(process));
+    return log.open(QIODevice::ReadOnly) ? log.readAll() : QByteArray();
 }
 
 void DesktopSession::stop(QProcess* process) {
@@ -323,6 +329,7 @@ void DesktopSession::stop(QProcess* process) {
             process->waitForFinished(3000);
         }
     }
+    m_logs.remove(process);
     m_processes.erase(it);
 }
 
@@ -369,7 +376,7 @@ std::optional<QByteArray> DesktopSession::xdotool(const QStringList& arguments) 
 }
 
 bool DesktopSession::key(const QString& keys) {
-    return xdotool({QStringLiteral("key"), QStringLiteral("--clearmodifiers"), keys}).has_value();
+    return xdotool({QStringLiteral("key"), keys}).has_value();
 }
 
 bool DesktopSession::keyDown(const QString& keys) {
@@ -510,7 +517,11 @@ std::optional<DesktopSession::Editor> DesktopSession::startEditor(const EditorOp
     if (!editor.process)
         return std::nullopt;
     editor.window = findWindowByName(QLatin1Char('^') + options.title + QLatin1Char('$'), 10000);
-    if (!editor.window || !waitUntil([&] { return QFile::exists(editor.file); }, 10000))
+    if (!editor.window || !waitUntil([&] { return QFile::exists(editor.file); }, 10000)) {
+        qWarning("test editor did not come up (window %llu); its output: %s", editor.window,
+                 output(editor.process).constData());
+        stop(editor.process);
         return std::nullopt;
+    }
     return editor;
 }

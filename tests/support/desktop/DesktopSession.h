@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QProcess>
 #include <QSize>
 #include <QString>
@@ -78,6 +79,9 @@ public:
     QProcess* start(const QString& program, const QStringList& arguments = {},
                     const QStringList& environment = {});
     void stop(QProcess* process);
+    // What a program started with start() has printed so far (stdout and
+    // stderr together).
+    QByteArray output(QProcess* process) const;
     // Ends every program start() started (the destructor does it too).
     void stopPrograms();
 
@@ -87,6 +91,7 @@ public:
                                   const QByteArray& input = {}, int timeoutMs = 10000);
 
     // xdotool. Keys in xdotool's names: "ctrl+alt+space", "Return", "a".
+    // Keys are sent as given: modifiers and locks already on stay on.
     bool key(const QString& keys);
     bool keyDown(const QString& keys);
     bool keyUp(const QString& keys);
@@ -161,6 +166,7 @@ private:
     std::unique_ptr<ChildProcess> m_bus;
     std::unique_ptr<ChildProcess> m_keyring;
     std::vector<std::unique_ptr<QProcess>> m_processes;
+    QHash<QProcess*, QString> m_logs;
     std::vector<std::pair<QByteArray, std::optional<QByteArray>>> m_savedEnvironment;
     int m_started = 0;
 };
