@@ -1,15 +1,115 @@
 #include "app/WendleApp.h"
 
-#include "cli/CommandLine.h"
+#include "app/InstanceChannel.h"
+#include "app/LaunchSequence.h"
+#include "app/StateProbe.h"
+#include "app/TrayMenu.h"
+#include "hotkey/HotKey.h"
+#include "palette/PaletteController.h"
+#include "palette/PaletteIcons.h"
+#include "permissions/Onboarding.h"
+#include "platform/Platform.h"
+#include "settings/Preferences.h"
+#include "snippets/SnippetEngine.h"
+#include "texts/Texts.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSystemTrayIcon>
+
+#include <cstdio>
 
 namespace WendleApp {
 
-int run(int, char*[])
-{
-    // The tray application does not exist yet; until it does, say what the
-    // command line offers.
-    CommandLine::printUsage(false);
-    return 0;
+namespace {
+
+void printError(const QString& text) {
+    std::fprintf(stderr, "wendle: %s\n", qPrintable(text));
+}
+
+// Another instance runs: have it open (or close) the palette.
+int handOver() {
+    if (InstanceChannel::ask("toggle"))
+        return 0;
+    printError(QStringLiteral("another Wendle holds the session lock but does not answer."));
+    return 1;
+}
+
+// The platform's Qt plugins to try when the user has not chosen one: the
+// desktop's own (set by the build), then "offscreen", so that a machine
+// without a display gets a clear message from the platform layer instead of
+// an abort inside Qt.
+void choosePlatformPlugin() {
+    const QByteArray preferred = WENDLE_QPA_PLUGIN;
+    if (!preferred.isEmpty() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", preferred + ";offscreen");
+}
+
+bool askSnippetPermission() {
+    // The snippet engine needs an answer before it goes on: a modal alert.
+    QMessageBox box;
+    box.setWindowTitle(QStringLiteral("Wendle"));
+    box.setIcon(QMessageBox::Information);
+    box.setText(Texts::snippetsPermissionMessage());
+    box.setInformativeText(Texts::snippetsPermissionInformative());
+    QPushButton* proceed = box.addButton(QStringLiteral("Continue"), QMessageBox::AcceptRole);
+    box.addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
+    box.setDefaultButton(proceed);
+    Platform::shared().shell().activate();
+    box.exec();
+    return box.clickedButton() == proceed;
+}
+
+} // namespace
+
+int run(int argc, char* argv[]) {
+    InstanceServer instance;
+    if (!instance.claim())
+        return handOver();
+
+    choosePlatformPlugin();
+    QApplication app(argc, argv);
+    Preferences::applyIdentity();
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(QIcon(PaletteIcons::appIconPath()));
+
+    QString error;
+    std::unique_ptr<Platform> platform = Platform::create(&error);
+    if (!platform) {
+        printError(error);
+        return 1;
+    }
+    Platform::install(std::move(platform));
+    Platform::shared().shell().becomeAccessory();
+
+    instance.setHandler("toggle", [] {
+        PaletteController::shared().toggle();
+        return QByteArray("ok");
+    });
+    if (qEnvironmentVariable(StateProbe::enableVariable) == QLatin1String("1"))
+        instance.setHandler("state", &StateProbe::state);
+    if (!instance.listen())
+        printError(QStringLiteral("cannot listen on %1; \"wendle toggle\" will not reach this "
+                                  "instance.")
+                       .arg(InstanceChannel::socketPath()));
+
+    SnippetEngine::shared().setPermissionPrompt(&askSnippetPermission);
+    TrayMenu tray;
+
+    LaunchSequence::Steps steps;
+    steps.registerHotKey = [] {
+        return HotKey::shared().registerHandler([] { PaletteController::shared().toggle(); });
+    };
+    steps.startSnippetMonitoring = [] { SnippetEngine::shared().startMonitoringState(); };
+    steps.onboarding = [] { return Onboarding::showIfNeeded(); };
+    steps.trayAvailable = [] { return QSystemTrayIcon::isSystemTrayAvailable(); };
+    steps.printNotice = [](const QString& text) { printError(text); };
+    LaunchSequence::run(std::move(steps), Platform::shared().shell());
+
+    const int status = app.exec();
+    PaletteController::shared().close();
+    return status;
 }
 
 } // namespace WendleApp

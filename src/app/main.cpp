@@ -1,8 +1,7 @@
 #include "app/WendleApp.h"
 #include "cli/CommandLine.h"
 
-int main(int argc, char* argv[])
-{
+int main(int argc, char* argv[]) {
     // With arguments, `wendle` is a command-line tool; without, the tray
     // application.
     if (argc > 1)

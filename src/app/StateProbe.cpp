@@ -1,0 +1,77 @@
+#include "app/StateProbe.h"
+
+#include "hotkey/HotKey.h"
+#include "palette/PaletteController.h"
+#include "palette/PalettePanel.h"
+
+#include <QApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMessageBox>
+#include <QMetaEnum>
+#include <QSystemTrayIcon>
+
+namespace StateProbe {
+
+namespace {
+QString sourceName(SelectionSource source) {
+    switch (source) {
+    case SelectionSource::selection:
+        return QStringLiteral("selection");
+    case SelectionSource::clipboard:
+        return QStringLiteral("clipboard");
+    case SelectionSource::none:
+        break;
+    }
+    return QStringLiteral("none");
+}
+} // namespace
+
+QByteArray state() {
+    PaletteController& controller = PaletteController::shared();
+    PaletteModel& model = controller.model();
+    QJsonObject palette{
+        {QStringLiteral("visible"), controller.isVisible()},
+        {QStringLiteral("busy"), controller.isBusy()},
+        {QStringLiteral("phase"),
+         QString::fromLatin1(
+             QMetaEnum::fromType<PaletteModel::Phase>().valueToKey(int(model.phase())))},
+        {QStringLiteral("source"), sourceName(model.source())},
+        {QStringLiteral("selectedText"), model.selectedText()},
+        {QStringLiteral("note"), model.note()},
+        {QStringLiteral("selectedIndex"), model.selectedIndex()},
+        {QStringLiteral("output"), model.output()},
+        {QStringLiteral("cleanedOutput"), model.cleanedOutput()},
+        {QStringLiteral("errorMessage"), model.errorMessage()},
+        {QStringLiteral("runTitle"), model.runTitle()},
+        {QStringLiteral("tone"), model.tone()},
+        {QStringLiteral("language"), model.language()},
+        {QStringLiteral("canReplace"), model.canReplace()},
+    };
+    if (controller.isVisible()) {
+        const QRect frame = controller.panel().frameGeometry();
+        palette.insert(QStringLiteral("x"), frame.x());
+        palette.insert(QStringLiteral("y"), frame.y());
+        palette.insert(QStringLiteral("width"), frame.width());
+        palette.insert(QStringLiteral("height"), frame.height());
+    }
+
+    QJsonArray alerts;
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget* window : windows) {
+        if (auto* box = qobject_cast<QMessageBox*>(window); box && box->isVisible())
+            alerts.append(QJsonObject{{QStringLiteral("message"), box->text()},
+                                      {QStringLiteral("informative"), box->informativeText()}});
+    }
+
+    const QJsonObject all{
+        {QStringLiteral("palette"), palette},
+        {QStringLiteral("alerts"), alerts},
+        {QStringLiteral("hotKeyRegistered"), HotKey::shared().isRegistered()},
+        {QStringLiteral("trayAvailable"), QSystemTrayIcon::isSystemTrayAvailable()},
+    };
+    return QJsonDocument(all).toJson(QJsonDocument::Compact);
+}
+
+} // namespace StateProbe

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QByteArray>
+
+// The application's state as JSON, for the end-to-end tests and benchmarks,
+// which drive the real program from outside: whether the palette is up and
+// where, what it shows, and which alerts are open. Answered on the instance
+// channel's "state" command when WENDLE_STATE_PROBE=1 is set.
+namespace StateProbe {
+
+inline constexpr const char* enableVariable = "WENDLE_STATE_PROBE";
+
+QByteArray state();
+
+} // namespace StateProbe

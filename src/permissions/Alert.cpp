@@ -1,0 +1,46 @@
+#include "permissions/Alert.h"
+
+#include <QCoroSignal>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+
+namespace Alert {
+
+QCoro::Task<int> show(Spec spec) {
+    QPointer<QMessageBox> box = new QMessageBox;
+    box->setWindowModality(spec.modal ? Qt::ApplicationModal : Qt::NonModal);
+    box->setWindowTitle(QStringLiteral("Wendle"));
+    box->setIcon(QMessageBox::Warning);
+    box->setText(spec.message);
+    box->setInformativeText(spec.informative);
+
+    QList<QAbstractButton*> buttons;
+    if (spec.buttons.isEmpty())
+        spec.buttons.append(QStringLiteral("OK"));
+    for (qsizetype i = 0; i < spec.buttons.size(); ++i) {
+        // AcceptRole for the default keeps it on the right where the style
+        // puts the affirmative choice.
+        QPushButton* button = box->addButton(spec.buttons.at(i), i == 0 ? QMessageBox::AcceptRole
+                                                                        : QMessageBox::RejectRole);
+        buttons.append(button);
+        if (i == 0)
+            box->setDefaultButton(button);
+    }
+
+    box->open();
+    box->raise();
+    box->activateWindow();
+    co_await qCoro(box.data(), &QMessageBox::finished);
+    if (!box)
+        co_return -1;
+    const int choice = int(buttons.indexOf(box->clickedButton()));
+    box->deleteLater();
+    co_return choice;
+}
+
+Presenter realPresenter() {
+    return [](Spec spec) { return show(std::move(spec)); };
+}
+
+} // namespace Alert

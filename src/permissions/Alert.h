@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QCoroTask>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+// A modal alert with a message, an informative text and buttons, shown
+// without a nested event loop: the caller awaits the user's answer.
+namespace Alert {
+
+struct Spec {
+    QString message;
+    QString informative;
+    // Left to right as the user reads them; the first is the default. Empty:
+    // a single "OK".
+    QStringList buttons;
+    // A notice that leaves the rest of the application usable.
+    bool modal = true;
+};
+
+// Shows the alert and answers the position of the chosen button in
+// `buttons` (0 for "OK", and -1 when the alert was closed without a choice).
+QCoro::Task<int> show(Spec spec);
+
+// The way alerts are shown; tests substitute one that answers at once.
+using Presenter = std::function<QCoro::Task<int>(Spec)>;
+Presenter realPresenter();
+
+} // namespace Alert
