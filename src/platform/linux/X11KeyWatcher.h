@@ -10,7 +10,7 @@ class XConnection;
 // active), turned into text with the current layout and modifier state.
 // Modifier and lock keys pressed alone are not reported: they type nothing and
 // are not keys of their own to the snippet engine.
-class X11KeyWatcher : public KeyWatcher, private XEventListener {
+class X11KeyWatcher : public KeyWatcher, public XEventListener {
     Q_OBJECT
 public:
     explicit X11KeyWatcher(XConnection& connection, QObject* parent = nullptr);
@@ -20,9 +20,9 @@ public:
     void stop() override;
     bool isWatching() const override { return m_watching; }
 
-private:
     void handleXEvent(const xcb_generic_event_t* event) override;
 
+private:
     XConnection& m_connection;
     bool m_watching = false;
 };

@@ -392,13 +392,18 @@ bool DesktopSession::type(const QString& text) {
         .has_value();
 }
 
-bool DesktopSession::mouseMove(int x, int y) {
-    return xdotool({QStringLiteral("mousemove"), QString::number(x), QString::number(y)})
-        .has_value();
+bool DesktopSession::mouseMove(int x, int y, quint64 window) {
+    QStringList arguments{QStringLiteral("mousemove")};
+    if (window)
+        arguments << QStringLiteral("--window") << QString::number(window);
+    arguments << QString::number(x) << QString::number(y);
+    return xdotool(arguments).has_value();
 }
 
-bool DesktopSession::click(int button) {
-    return xdotool({QStringLiteral("click"), QString::number(button)}).has_value();
+bool DesktopSession::click(int button, int repeat) {
+    return xdotool({QStringLiteral("click"), QStringLiteral("--repeat"), QString::number(repeat),
+                    QString::number(button)})
+        .has_value();
 }
 
 quint64 DesktopSession::findWindow(const QString& kind, const QString& pattern, int timeoutMs) {

@@ -96,8 +96,9 @@ public:
     bool keyDown(const QString& keys);
     bool keyUp(const QString& keys);
     bool type(const QString& text); // ASCII is safest, see xdotool's keymap remapping
-    bool mouseMove(int x, int y);
-    bool click(int button = 1);
+    // Screen coordinates, or relative to `window` when one is given.
+    bool mouseMove(int x, int y, quint64 window = 0);
+    bool click(int button = 1, int repeat = 1);
     // A visible window's id by a regular expression on its title or WM_CLASS, polled until
     // the deadline; 0 when none appeared.
     quint64 findWindowByName(const QString& pattern, int timeoutMs = 5000);
