@@ -217,8 +217,14 @@ QCoro::Task<> SnippetEngine::expand(int abbreviationLength, QString expansion) {
     co_await pause(30ms);
     if (!self)
         co_return;
+    // Expansions overlap when a second abbreviation follows within half a
+    // second. They share one saved clipboard, taken by the first and put
+    // back by the last: otherwise the second would save the first's
+    // expansion as "the user's clipboard", and the first's restore could
+    // land between the second's new text and its paste.
     Clipboard& clipboard = m_platform.clipboard();
-    const ClipboardSnapshot saved = clipboard.snapshot();
+    if (m_clipboardUsers++ == 0)
+        m_savedClipboard = clipboard.snapshot();
     clipboard.setText(expansion);
 
     co_await pause(40ms);
@@ -229,6 +235,9 @@ QCoro::Task<> SnippetEngine::expand(int abbreviationLength, QString expansion) {
     co_await pause(400ms);
     if (!self)
         co_return;
-    m_platform.clipboard().restore(saved);
+    if (--m_clipboardUsers == 0) {
+        m_platform.clipboard().restore(m_savedClipboard);
+        m_savedClipboard = {};
+    }
     Q_EMIT expansionFinished();
 }

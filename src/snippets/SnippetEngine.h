@@ -1,6 +1,7 @@
 #pragma once
 
 #include "async/CancelToken.h"
+#include "platform/ClipboardSnapshot.h"
 #include "platform/KeyStroke.h"
 #include "snippets/AbbreviationIndex.h"
 
@@ -57,8 +58,9 @@ public:
 
 Q_SIGNALS:
     void isRunningChanged();
-    // After an expansion sequence has restored the clipboard (for tests and
-    // benchmarks).
+    // At the end of each expansion sequence, after its final pause; the
+    // clipboard is the user's again once the last of overlapping sequences
+    // has ended (for tests and benchmarks).
     void expansionFinished();
 
 private:
@@ -80,4 +82,7 @@ private:
     // Rebuilt lazily after the store's list changes.
     AbbreviationIndex m_index;
     bool m_indexStale = true;
+    // The user's clipboard while expansions use it, and how many do.
+    ClipboardSnapshot m_savedClipboard;
+    int m_clipboardUsers = 0;
 };

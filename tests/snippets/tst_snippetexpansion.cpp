@@ -75,20 +75,46 @@ private Q_SLOTS:
         QCOMPARE(f->engine->buffer(), QString("ab"));
     }
 
-    void twoExpansionsMayOverlap() {
+    void overlappingExpansionsEachPasteTheirOwnTextAndRestoreOnce_data() {
+        QTest::addColumn<int>("secondAfterMs");
+        // The second abbreviation's last key comes right after the first
+        // paste, or so late (about 420 ms after the first's last key) that
+        // the first's restore would fall between the second's new clipboard
+        // text and its paste.
+        QTest::newRow("right after") << 0;
+        QTest::newRow("late") << 300;
+    }
+
+    void overlappingExpansionsEachPasteTheirOwnTextAndRestoreOnce() {
+        QFETCH(int, secondAfterMs);
+        QVERIFY(f->start());
+        f->clipboard().setText("original");
+        const QStringList& pasted = f->recordPastes();
+        f->watcher().typeText(";sig");
+        QVERIFY(f->waitForPastes(1));
+        QTest::qWait(secondAfterMs);
+        QCOMPARE(f->finished.count(), 0); // still overlapping
+        f->watcher().typeText(";addr");
+        QVERIFY(f->waitForExpansions(2));
+        QCOMPARE(pasted, (QStringList{"Best regards,\nYour Name", "123 Main Street\nSpringfield"}));
+        QCOMPARE(f->backspaces(), 9);
+        // One saved clipboard for both, put back once, by the last.
+        QCOMPARE(f->clipboard().snapshots, 1);
+        QCOMPARE(f->clipboard().restores, 1);
+        QCOMPARE(f->clipboard().text(), QString("original"));
+    }
+
+    void expansionsOneAfterTheOtherEachSaveAndRestore() {
         QVERIFY(f->start());
         f->clipboard().setText("original");
         f->watcher().typeText(";sig");
-        QTest::qWait(150); // the first has pasted and waits to restore
-        QCOMPARE(f->keys().shortcuts.size(), 1);
+        QVERIFY(f->waitForExpansions(1));
+        f->clipboard().setText("changed by the user");
         f->watcher().typeText(";addr");
         QVERIFY(f->waitForExpansions(2));
-        QCOMPARE(f->keys().shortcuts.size(), 2);
-        QCOMPARE(f->backspaces(), 9);
-        // Not serialised: the second snapshot was taken while the first
-        // expansion was still on the clipboard, and the second restores last.
+        QCOMPARE(f->clipboard().snapshots, 2);
         QCOMPARE(f->clipboard().restores, 2);
-        QCOMPARE(f->clipboard().text(), QString("Best regards,\nYour Name"));
+        QCOMPARE(f->clipboard().text(), QString("changed by the user"));
     }
 
     void anEngineDestroyedMidExpansionTakesNoFurtherStep() {

@@ -1,0 +1,134 @@
+#pragma once
+
+#include "DesktopSession.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QtTest>
+
+#include <functional>
+#include <optional>
+
+// What the snippet end-to-end tests share: the user's files as Wendle reads
+// them, Wendle itself, a clipboard owned by another program, and l3afpad.
+
+namespace SnippetDesktop {
+
+inline const QString signature = QStringLiteral("Best regards,\nYour Name");
+inline const QString address = QStringLiteral("123 Main Street\nSpringfield");
+
+// Writes "snippets.json" into the data folder and the settings file with
+// snippet expansion on or off, where Wendle will read them (the test runs
+// with HOME and XDG folders of its own).
+inline bool writeUserFiles(const QList<QPair<QString, QString>>& snippets, bool enabled) {
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString config = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    if (!QDir().mkpath(data + QStringLiteral("/Wendle")) ||
+        !QDir().mkpath(config + QStringLiteral("/Wendle")))
+        return false;
+    QJsonArray list;
+    for (const auto& [abbreviation, expansion] : snippets)
+        list.append(QJsonObject{{QStringLiteral("abbreviation"), abbreviation},
+                                {QStringLiteral("expansion"), expansion}});
+    QFile file(data + QStringLiteral("/Wendle/snippets.json"));
+    if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(list).toJson()) < 0)
+        return false;
+    file.close();
+    QFile settings(config + QStringLiteral("/Wendle/Wendle.conf"));
+    return settings.open(QIODevice::WriteOnly) &&
+           settings.write(enabled ? "[General]\nsnippetsEnabled=true\n"
+                                  : "[General]\nsnippetsEnabled=false\n") > 0;
+}
+
+// Another program's clipboard: several formats, one of them binary.
+struct ClipboardContent {
+    QList<QPair<QString, QByteArray>> formats{
+        {QStringLiteral("text/plain"), QByteArray("clipboard before \xC3\xA9 \n second line")},
+        {QStringLiteral("text/html"), QByteArray("<p>clipboard <b>before</b></p>")},
+        {QStringLiteral("application/x-wendle-test"), QByteArray("\x00\x01\x02\xFF\xFEraw", 8)},
+    };
+};
+
+// Has the clip-owner tool take the clipboard with `content`.
+inline bool ownClipboard(DesktopSession& desktop, const ClipboardContent& content) {
+    QStringList arguments;
+    int i = 0;
+    for (const auto& [format, bytes] : content.formats) {
+        const QString path = desktop.tempPath() + QStringLiteral("/clip-%1").arg(++i);
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+            return false;
+        arguments.append(format + QLatin1Char('=') + path);
+    }
+    QProcess* owner = desktop.start(QStringLiteral(WENDLE_CLIP_OWNER), arguments);
+    return owner &&
+           DesktopSession::waitUntil([&] { return desktop.output(owner).contains("owned"); });
+}
+
+// The X selection target that serves a Qt format.
+inline QString targetOf(const QString& format) {
+    return format == QStringLiteral("text/plain") ? QStringLiteral("UTF8_STRING") : format;
+}
+
+// True once every format of `content` reads back byte for byte.
+inline bool clipboardHolds(DesktopSession& desktop, const ClipboardContent& content,
+                           int timeoutMs) {
+    return DesktopSession::waitUntil(
+        [&] {
+            for (const auto& [format, bytes] : content.formats) {
+                if (desktop.clipboard(targetOf(format)) != bytes)
+                    return false;
+            }
+            return true;
+        },
+        timeoutMs);
+}
+
+// l3afpad editing `file`: a GTK editor, read back by saving with Ctrl+S.
+struct GtkEditor {
+    QProcess* process = nullptr;
+    quint64 window = 0;
+    QString file;
+
+    QString saved() const {
+        QFile f(file);
+        return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
+    }
+};
+
+inline std::optional<GtkEditor> startGtkEditor(DesktopSession& desktop, const QString& name) {
+    GtkEditor editor;
+    editor.file = desktop.tempPath() + QLatin1Char('/') + name;
+    QFile file(editor.file);
+    if (!file.open(QIODevice::WriteOnly))
+        return std::nullopt;
+    file.close();
+    editor.process = desktop.start(QStringLiteral("l3afpad"), {editor.file});
+    if (!editor.process)
+        return std::nullopt;
+    editor.window = desktop.findWindowByName(QStringLiteral("^") + name, 10000);
+    if (!editor.window)
+        return std::nullopt;
+    return editor;
+}
+
+// Saves with Ctrl+S until the file holds `expected`. Ctrl+S is a key
+// combination of its own, so it never takes part in a snippet.
+inline bool gtkEditorSaves(DesktopSession& desktop, const GtkEditor& editor,
+                           const QString& expected, int timeoutMs = 5000) {
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < timeoutMs) {
+        desktop.key(QStringLiteral("ctrl+s"));
+        if (DesktopSession::waitUntil([&] { return editor.saved() == expected; }, 250))
+            return true;
+    }
+    return false;
+}
+
+} // namespace SnippetDesktop

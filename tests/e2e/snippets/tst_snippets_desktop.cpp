@@ -1,0 +1,142 @@
+#include "DesktopTestMain.h"
+#include "SnippetDesktop.h"
+
+using namespace SnippetDesktop;
+
+// Wendle expanding snippets on a real X desktop: xdotool types into the Qt
+// test editor, and the editor's saved text and the clipboard show the result.
+class TestSnippetsDesktop : public QObject {
+    Q_OBJECT
+private:
+    DesktopSession& desktop() { return DesktopSession::current(); }
+    QProcess* m_wendle = nullptr;
+    std::optional<DesktopSession::Editor> m_editor;
+
+    bool editorShows(const QString& text, int timeoutMs = 5000) {
+        return DesktopSession::waitUntil([&] { return m_editor->text() == text; }, timeoutMs);
+    }
+    QString editorText() const { return m_editor->text(); }
+
+    // Types an abbreviation that must expand, as proof that every key typed
+    // before it has been seen and did not expand anything.
+    bool expandsAfter(const QString& before) {
+        return desktop().type(QStringLiteral(" ;addr")) &&
+               editorShows(before + QStringLiteral(" ") + address);
+    }
+
+    // Presses each key in turn ("ctrl+a BackSpace").
+    bool keys(const QString& sequence) {
+        for (const QString& key : sequence.split(QLatin1Char(' '))) {
+            if (!desktop().key(key))
+                return false;
+        }
+        return true;
+    }
+
+    int runningLines() { return int(desktop().output(m_wendle).count("running\n")); }
+    int stoppedLines() { return int(desktop().output(m_wendle).count("stopped\n")); }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(writeUserFiles(
+            {{";sig", signature}, {";addr", address}, {";zy", "Gr\u00FC\u00DFe"}}, true));
+        m_wendle = desktop().start(QStringLiteral(WENDLE_SNIPPET_HOST));
+        QVERIFY(m_wendle);
+        QVERIFY2(DesktopSession::waitUntil([&] { return runningLines() == 1; }),
+                 desktop().output(m_wendle).constData());
+        m_editor = desktop().startEditor({});
+        QVERIFY(m_editor);
+    }
+
+    void init() {
+        // An empty editor with the focus. Ctrl+A is a key combination, so the
+        // engine starts each test with nothing typed.
+        QVERIFY(desktop().activate(m_editor->window));
+        QVERIFY(keys(QStringLiteral("ctrl+a BackSpace")));
+        QVERIFY(editorShows(QString()));
+    }
+
+    void typedAbbreviationBecomesTheExpansionAndTheClipboardStays() {
+        const ClipboardContent before;
+        QVERIFY(ownClipboard(desktop(), before));
+        QVERIFY(desktop().type(QStringLiteral("Hello ;sig")));
+        QVERIFY2(editorShows(QStringLiteral("Hello ") + signature), qPrintable(editorText()));
+        QVERIFY(clipboardHolds(desktop(), before, 3000));
+        // The pasted line break is a real one.
+        QCOMPARE(editorText().split(QLatin1Char('\n')).size(), 2);
+    }
+
+    void backspaceWhileTypingStillExpands() {
+        QVERIFY(desktop().type(QStringLiteral(";si")));
+        QVERIFY(desktop().key(QStringLiteral("BackSpace")));
+        QVERIFY(desktop().type(QStringLiteral("ig")));
+        QVERIFY2(editorShows(signature), qPrintable(editorText()));
+    }
+
+    void capitalsDoNotExpand() {
+        QVERIFY(desktop().type(QStringLiteral(";SIG")));
+        QVERIFY2(expandsAfter(QStringLiteral(";SIG")), qPrintable(editorText()));
+    }
+
+    void capsLockDoesNotExpand() {
+        QVERIFY(desktop().key(QStringLiteral("Caps_Lock")));
+        QVERIFY(keys(QStringLiteral("semicolon s i g")));
+        QVERIFY(desktop().key(QStringLiteral("Caps_Lock")));
+        QVERIFY2(expandsAfter(QStringLiteral(";SIG")), qPrintable(editorText()));
+    }
+
+    void anArrowKeyBetweenCharactersPreventsTheMatch() {
+        QVERIFY(desktop().type(QStringLiteral(";si")));
+        QVERIFY(keys(QStringLiteral("Left Right")));
+        QVERIFY(desktop().type(QStringLiteral("g")));
+        QVERIFY2(expandsAfter(QStringLiteral(";sig")), qPrintable(editorText()));
+    }
+
+    void aCtrlCombinationBetweenCharactersPreventsTheMatch() {
+        QVERIFY(desktop().type(QStringLiteral(";si")));
+        // Ctrl+J does nothing in the editor; it only interrupts the typing.
+        QVERIFY(desktop().key(QStringLiteral("ctrl+j")));
+        QVERIFY(desktop().type(QStringLiteral("g")));
+        QVERIFY2(expandsAfter(QStringLiteral(";sig")), qPrintable(editorText()));
+    }
+
+    void aSecondExpansionRightAfterTheFirst() {
+        QVERIFY(desktop().type(QStringLiteral(";sig")));
+        QVERIFY2(editorShows(signature), qPrintable(editorText()));
+        QVERIFY(desktop().type(QStringLiteral(";addr")));
+        QVERIFY2(editorShows(signature + address), qPrintable(editorText()));
+    }
+
+    void switchingOffStopsAndOnStartsAgain() {
+        const int stopped = stoppedLines();
+        m_wendle->write("off\n");
+        QVERIFY(DesktopSession::waitUntil([&] { return stoppedLines() == stopped + 1; }, 2000));
+        QVERIFY(desktop().type(QStringLiteral(";sig")));
+        // Nothing can announce an expansion that does not come: give it
+        // several times what one takes before the paste.
+        QTest::qWait(600);
+        QCOMPARE(editorText(), QStringLiteral(";sig"));
+
+        const int running = runningLines();
+        m_wendle->write("on\n");
+        QVERIFY(DesktopSession::waitUntil([&] { return runningLines() == running + 1; }, 2000));
+        QVERIFY(desktop().type(QStringLiteral(" ;sig")));
+        QVERIFY2(editorShows(QStringLiteral(";sig ") + signature), qPrintable(editorText()));
+    }
+
+    void aLayoutSwitchedWhileRunningIsFollowed() {
+        // On a German layout Z and Y trade places and ";" is Shift+comma: a
+        // watcher still reading the old layout would see ";yz".
+        QVERIFY(desktop().run(QStringLiteral("setxkbmap"), {QStringLiteral("de")}));
+        const auto restore = qScopeGuard(
+            [&] { desktop().run(QStringLiteral("setxkbmap"), {QStringLiteral("us")}); });
+        QVERIFY(desktop().type(QStringLiteral("Hallo ;zy")));
+        QVERIFY2(editorShows(QStringLiteral("Hallo Gr\u00FC\u00DFe")), qPrintable(editorText()));
+        QVERIFY(desktop().type(QStringLiteral(" ;sig")));
+        QVERIFY2(editorShows(QStringLiteral("Hallo Gr\u00FC\u00DFe ") + signature),
+                 qPrintable(editorText()));
+    }
+};
+
+WENDLE_DESKTOP_TEST_MAIN(TestSnippetsDesktop, (DesktopSession::Options{.windowManager = true}))
+#include "tst_snippets_desktop.moc"
