@@ -376,15 +376,21 @@ std::optional<QByteArray> DesktopSession::xdotool(const QStringList& arguments) 
 }
 
 bool DesktopSession::key(const QString& keys) {
-    return xdotool({QStringLiteral("key"), keys}).has_value();
+    return xdotool(QStringList{QStringLiteral("key")} +
+                   keys.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        .has_value();
 }
 
 bool DesktopSession::keyDown(const QString& keys) {
-    return xdotool({QStringLiteral("keydown"), keys}).has_value();
+    return xdotool(QStringList{QStringLiteral("keydown")} +
+                   keys.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        .has_value();
 }
 
 bool DesktopSession::keyUp(const QString& keys) {
-    return xdotool({QStringLiteral("keyup"), keys}).has_value();
+    return xdotool(QStringList{QStringLiteral("keyup")} +
+                   keys.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        .has_value();
 }
 
 bool DesktopSession::type(const QString& text) {

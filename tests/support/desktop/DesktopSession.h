@@ -90,7 +90,8 @@ public:
     std::optional<QByteArray> run(const QString& program, const QStringList& arguments,
                                   const QByteArray& input = {}, int timeoutMs = 10000);
 
-    // xdotool. Keys in xdotool's names: "ctrl+alt+space", "Return", "a".
+    // xdotool. Keys in xdotool's names, several separated by spaces:
+    // "ctrl+alt+space", "Return Tab", "a".
     // Keys are sent as given: modifiers and locks already on stay on.
     bool key(const QString& keys);
     bool keyDown(const QString& keys);
