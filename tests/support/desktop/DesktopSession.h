@@ -131,7 +131,7 @@ public:
     // The test editor (tests/tools/test-editor): a QPlainTextEdit that writes
     // its whole text to a file after every change.
     struct EditorOptions {
-        QString text;
+        QString text = {};
         bool selectAll = false;
         int selectionStart = -1; // with selectionEnd: select [start, end)
         int selectionEnd = -1;

@@ -6,7 +6,7 @@
 //                      [--title TITLE]
 //
 // Window title: TITLE (default "Wendle Test Editor"); WM_CLASS
-// "wendle-test-editor" / "Wendle-test-editor".
+// "wendle-test-editor" / "wendle-test-editor".
 
 #include <QApplication>
 #include <QCommandLineParser>
