@@ -3,6 +3,7 @@
 #include "hotkey/HotKey.h"
 #include "palette/PaletteController.h"
 #include "palette/PalettePanel.h"
+#include "snippets/SnippetEngine.h"
 
 #include <QApplication>
 #include <QJsonArray>
@@ -70,6 +71,7 @@ QByteArray state() {
         {QStringLiteral("alerts"), alerts},
         {QStringLiteral("hotKeyRegistered"), HotKey::shared().isRegistered()},
         {QStringLiteral("trayAvailable"), QSystemTrayIcon::isSystemTrayAvailable()},
+        {QStringLiteral("snippetsRunning"), SnippetEngine::shared().isRunning()},
     };
     return QJsonDocument(all).toJson(QJsonDocument::Compact);
 }

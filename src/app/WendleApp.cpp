@@ -9,10 +9,12 @@
 #include "palette/PaletteIcons.h"
 #include "permissions/Onboarding.h"
 #include "platform/Platform.h"
+#include "settings/AppSettings.h"
 #include "settings/Preferences.h"
 #include "snippets/SnippetEngine.h"
 #include "texts/Texts.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QMessageBox>
 #include <QPushButton>
@@ -96,6 +98,21 @@ int run(int argc, char* argv[]) {
 
     SnippetEngine::shared().setPermissionPrompt(&askSnippetPermission);
     TrayMenu tray;
+    // The switch for snippet expansion; its check mark follows the setting,
+    // also when the permission prompt was cancelled.
+    auto* expandSnippets = new QAction(QStringLiteral("Expand Snippets"), &tray);
+    expandSnippets->setCheckable(true);
+    const auto showSetting = [expandSnippets] {
+        expandSnippets->setChecked(AppSettings::shared().snippetsEnabled());
+    };
+    showSetting();
+    QObject::connect(expandSnippets, &QAction::triggered, expandSnippets, [showSetting](bool on) {
+        SnippetEngine::shared().setEnabled(on);
+        showSetting();
+    });
+    QObject::connect(&AppSettings::shared(), &AppSettings::snippetsEnabledChanged, expandSnippets,
+                     showSetting);
+    tray.addEntry(expandSnippets);
 
     LaunchSequence::Steps steps;
     steps.registerHotKey = [] {
