@@ -7,10 +7,13 @@
 class QClipboard;
 
 // The CLIPBOARD selection through Qt's own X11 clipboard. Qt names a target by
-// its atom's name, except that it shows UTF8_STRING, STRING and TEXT as
-// "text/plain" (and offers all three again for it), so a snapshot restores
-// the same targets with the same bytes. Left out of a snapshot: the meta
-// targets and the image that Qt synthesises from any image target.
+// its atom's name, except that UTF8_STRING, STRING, TEXT and a bare
+// "text/plain" are one format to it, "text/plain", read as UTF-8 and served
+// again under all four names. So a snapshot restores every target with the
+// same bytes, but for those four, which carry the same text in UTF-8 (where
+// a toolkit served, say, an ASCII-escaped "text/plain", that comes back as
+// UTF-8). Left out of a snapshot: the meta targets and the image that Qt
+// synthesises from any image target.
 class X11Clipboard : public QObject, public Clipboard {
     Q_OBJECT
 public:

@@ -1,5 +1,5 @@
 // Owns the CLIPBOARD with the given formats, as another program would after a
-// copy, and keeps owning it until it is ended or someone else takes it.
+// copy, and runs until it is ended.
 //
 //   wendle-clip-owner FORMAT=FILE...
 //
@@ -28,10 +28,6 @@ int main(int argc, char** argv) {
     }
     QClipboard* clipboard = QApplication::clipboard();
     clipboard->setMimeData(data, QClipboard::Clipboard);
-    QObject::connect(clipboard, &QClipboard::changed, &app, [clipboard](QClipboard::Mode mode) {
-        if (mode == QClipboard::Clipboard && !clipboard->ownsClipboard())
-            QApplication::quit();
-    });
     std::printf("owned\n");
     std::fflush(stdout);
     return QApplication::exec();
