@@ -1,0 +1,476 @@
+#include "SettingsFixture.h"
+#include "settingswindow/SnippetEditor.h"
+#include "settingswindow/SnippetFilter.h"
+#include "settingswindow/SnippetListModel.h"
+#include "settingswindow/SnippetRowDelegate.h"
+#include "settingswindow/SnippetStatusView.h"
+#include "settingswindow/SnippetTransfer.h"
+#include "settingswindow/SnippetsTab.h"
+#include "settingswindow/ToggleSwitch.h"
+#include "storage/JsonList.h"
+
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QToolButton>
+
+#include <memory>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString twoCharacters = QStringLiteral(
+    "Use at least two characters, ideally starting with ; or / so it does not trigger by "
+    "accident.");
+const QString duplicate = QStringLiteral("Another snippet already uses this abbreviation.");
+const QString placeholder = QStringLiteral(
+    "Select a snippet to edit it, or add a new one.\nType the abbreviation in any app and it "
+    "expands to the text.");
+
+QStringList abbreviations(const QList<Snippet>& snippets) {
+    QStringList result;
+    for (const Snippet& s : snippets)
+        result.append(s.abbreviation);
+    return result;
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+} // namespace
+
+class TestSnippetsTab : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void searchIgnoresCase();
+    void searchOfOnlySpacesShowsAll();
+    void searchFollowsTheLocale();
+    void rowsShowAbbreviationAndOneLineOfExpansion();
+    void addClearsTheSearchAndSelectsTheNewSnippet();
+    void warningsInformAndTheSnippetIsSaved();
+    void everyKeystrokeIsSaved();
+    void deleteNeedsASelectionAndShowsThePlaceholder();
+    void editingADeletedSnippetWritesNothing();
+    void importingTheExportedFileUpdatesEverySnippet();
+    void importMergesNewAndExisting();
+    void importingAnObjectFailsAndChangesNothing();
+    void cancellingKeepsTheMessage();
+    void exportFailureSaysWhy();
+    void switchWithPermissionIsActive();
+    void switchCancelledStaysOff();
+    void switchWithoutPermissionWaitsUntilGranted();
+    void noSettingsButtonWithoutSettingsPages();
+
+private:
+    void makeTab(PermissionService* permissions = nullptr);
+    template <typename T>
+    T* child(const char* name) const {
+        return m_tab->findChild<T*>(QLatin1String(name));
+    }
+    QStringList listed() const;
+    void selectRow(int row);
+    // Answers the open file dialog with `path` as a person would: types it
+    // into the name field and presses Return.
+    bool answerDialog(const QString& path);
+
+    std::unique_ptr<SettingsFixture> m_fixture;
+    std::unique_ptr<SnippetsTab> m_tab;
+};
+
+void TestSnippetsTab::init() {
+    m_fixture = std::make_unique<SettingsFixture>();
+    QCOMPARE(abbreviations(m_fixture->snippets.snippets()), (QStringList{";sig", ";addr"}));
+    makeTab();
+}
+
+void TestSnippetsTab::cleanup() {
+    m_tab.reset();
+    m_fixture.reset();
+}
+
+void TestSnippetsTab::makeTab(PermissionService* permissions) {
+    m_tab = std::make_unique<SnippetsTab>(
+        m_fixture->snippets, m_fixture->settings, m_fixture->engine,
+        permissions ? *permissions : m_fixture->platform.permissionsFake);
+    m_tab->resize(660, 460);
+    m_tab->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_tab.get()));
+}
+
+QStringList TestSnippetsTab::listed() const {
+    QStringList rows;
+    QAbstractItemModel* model = child<QListView>("snippets")->model();
+    for (int row = 0; row < model->rowCount(); ++row)
+        rows.append(model->index(row, 0).data().toString());
+    return rows;
+}
+
+void TestSnippetsTab::selectRow(int row) {
+    auto* list = child<QListView>("snippets");
+    const QRect rect = list->visualRect(list->model()->index(row, 0));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
+}
+
+bool TestSnippetsTab::answerDialog(const QString& path) {
+    QFileDialog* dialog = m_tab->fileDialog();
+    if (!dialog || !QTest::qWaitForWindowExposed(dialog))
+        return false;
+    auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    if (!name)
+        return false;
+    name->selectAll();
+    QTest::keyClicks(name, path);
+    QTest::keyClick(name, Qt::Key_Return);
+    QDeadlineTimer deadline(5s);
+    while (m_tab->fileDialog() && !deadline.hasExpired())
+        QTest::qWait(10);
+    return !m_tab->fileDialog();
+}
+
+void TestSnippetsTab::searchIgnoresCase() {
+    auto* search = child<QLineEdit>("search");
+    QCOMPARE(search->placeholderText(), QStringLiteral("Search"));
+    QTest::keyClicks(search, QStringLiteral("SIG"));
+    QCOMPARE(listed(), QStringList{";sig"});
+    search->clear();
+    QTest::keyClicks(search, QStringLiteral("springFIELD")); // in the expansion
+    QCOMPARE(listed(), QStringList{";addr"});
+    search->clear();
+    QTest::keyClicks(search, QStringLiteral("nothing like it"));
+    QVERIFY(listed().isEmpty());
+}
+
+void TestSnippetsTab::searchOfOnlySpacesShowsAll() {
+    auto* search = child<QLineEdit>("search");
+    QTest::keyClicks(search, QStringLiteral("   "));
+    QCOMPARE(listed(), (QStringList{";sig", ";addr"}));
+    search->setText(QStringLiteral("\t ;sig \n"));
+    QCOMPARE(listed(), QStringList{";sig"}); // trimmed at both ends
+}
+
+void TestSnippetsTab::searchFollowsTheLocale() {
+    const Snippet street{QUuid::createUuid(), QStringLiteral(";st"), QStringLiteral("Hauptstraße")};
+    const Snippet city{QUuid::createUuid(), QStringLiteral(";ist"), QStringLiteral("istanbul")};
+    const QLocale german(QLocale::German, QLocale::Germany);
+    const QLocale turkish(QLocale::Turkish, QLocale::Turkey);
+    const QLocale english(QLocale::English, QLocale::UnitedStates);
+    if (turkish.toUpper(QStringLiteral("i")) != QStringLiteral("\u0130"))
+        QSKIP("this Qt has no locale-specific case rules (built without ICU)");
+    QVERIFY(SnippetFilter::matches(street, QStringLiteral("STRASSE"), german));
+    QVERIFY(SnippetFilter::matches(city, QStringLiteral("\u0130STANBUL"), turkish));
+    QVERIFY(!SnippetFilter::matches(city, QStringLiteral("\u0130STANBUL"), english));
+    QVERIFY(SnippetFilter::matches(city, QStringLiteral("ISTANBUL"), english));
+    QCOMPARE(SnippetFilter::filtered({street, city}, QStringLiteral("  "), english).size(), 2);
+}
+
+void TestSnippetsTab::rowsShowAbbreviationAndOneLineOfExpansion() {
+    QList<Snippet> snippets = m_fixture->snippets.snippets();
+    snippets.append({QUuid::createUuid(), QString(), QStringLiteral("a\nb\r\nc")});
+    m_fixture->snippets.setSnippets(snippets);
+    QCOMPARE(listed(), (QStringList{";sig", ";addr", "(empty)"}));
+    QAbstractItemModel* model = child<QListView>("snippets")->model();
+    QCOMPARE(model->index(2, 0).data(SnippetListModel::AbbreviationRole).toString(), QString());
+    QCOMPARE(SnippetRowDelegate::oneLine(
+                 model->index(0, 0).data(SnippetListModel::ExpansionRole).toString()),
+             QStringLiteral("Best regards, Your Name"));
+    QCOMPARE(SnippetRowDelegate::oneLine(QStringLiteral("a\nb\r\nc")), QStringLiteral("a b c"));
+    auto* list = child<QListView>("snippets");
+    // Two lines per row: the abbreviation and the expansion under it.
+    QVERIFY(list->visualRect(model->index(0, 0)).height() >= 2 * list->fontMetrics().height());
+}
+
+void TestSnippetsTab::addClearsTheSearchAndSelectsTheNewSnippet() {
+    auto* search = child<QLineEdit>("search");
+    QTest::keyClicks(search, QStringLiteral("addr"));
+    QCOMPARE(listed(), QStringList{";addr"});
+    QTest::mouseClick(child<QToolButton>("add"), Qt::LeftButton);
+    QCOMPARE(search->text(), QString());
+    QCOMPARE(listed(), (QStringList{";sig", ";addr", ";new"}));
+    const Snippet added = m_fixture->snippets.snippets().last();
+    QCOMPARE(added.abbreviation, QStringLiteral(";new"));
+    QCOMPARE(added.expansion, QString());
+    QCOMPARE(m_tab->selected(), std::optional<QUuid>(added.id));
+    QCOMPARE(child<QListView>("snippets")->selectionModel()->selectedRows().value(0).row(), 2);
+    QCOMPARE(child<QLineEdit>("abbreviation")->text(), QStringLiteral(";new"));
+    const auto saved = JsonList::decode<Snippet>(*m_fixture->snippetsFile());
+    QVERIFY(saved);
+    QCOMPARE(*saved, m_fixture->snippets.snippets());
+}
+
+void TestSnippetsTab::warningsInformAndTheSnippetIsSaved() {
+    selectRow(0);
+    auto* abbreviation = child<QLineEdit>("abbreviation");
+    auto* warning = child<QLabel>("warning");
+    QCOMPARE(abbreviation->placeholderText(), QStringLiteral("Abbreviation (for example ;sig)"));
+    QVERIFY(!warning->isVisible());
+
+    abbreviation->selectAll();
+    QTest::keyClick(abbreviation, ';');
+    QVERIFY(warning->isVisible());
+    QCOMPARE(warning->text(), twoCharacters);
+    QCOMPARE(m_fixture->snippets.snippets().at(0).abbreviation, QStringLiteral(";"));
+    QCOMPARE(JsonList::decode<Snippet>(*m_fixture->snippetsFile())->at(0).abbreviation,
+             QStringLiteral(";"));
+
+    QTest::keyClicks(abbreviation, QStringLiteral("addr"));
+    QCOMPARE(warning->text(), duplicate);
+    QCOMPARE(abbreviations(*JsonList::decode<Snippet>(*m_fixture->snippetsFile())),
+             (QStringList{";addr", ";addr"}));
+
+    // Also a duplicate when it is under two characters: the duplicate wins.
+    QList<Snippet> snippets = m_fixture->snippets.snippets();
+    snippets[1].abbreviation = QStringLiteral("x");
+    m_fixture->snippets.setSnippets(snippets);
+    abbreviation->selectAll();
+    QTest::keyClick(abbreviation, 'x');
+    QCOMPARE(warning->text(), duplicate);
+    QTest::keyClick(abbreviation, 'y');
+    QVERIFY(!warning->isVisible());
+    // Case matters: ";ADDR" is not ";addr".
+    QCOMPARE(SnippetEditor::warning({QUuid::createUuid(), QStringLiteral(";ADDR"), {}},
+                                    {{QUuid::createUuid(), QStringLiteral(";addr"), {}}}),
+             QString());
+    // "é" made of two code points is one character.
+    QCOMPARE(SnippetEditor::warning({QUuid::createUuid(), QStringLiteral("e\u0301"), {}}, {}),
+             twoCharacters);
+}
+
+void TestSnippetsTab::everyKeystrokeIsSaved() {
+    selectRow(1);
+    auto* expansion = child<QPlainTextEdit>("expansion");
+    QCOMPARE(expansion->toPlainText(), QStringLiteral("123 Main Street\nSpringfield"));
+    QCOMPARE(expansion->minimumHeight(), 160);
+    expansion->moveCursor(QTextCursor::End);
+    const QString typed = QStringLiteral(" IL");
+    for (qsizetype i = 0; i < typed.size(); ++i) {
+        QTest::keyClick(expansion, typed.at(i).toLatin1());
+        const auto saved = JsonList::decode<Snippet>(*m_fixture->snippetsFile());
+        QCOMPARE(saved->at(1).expansion,
+                 QStringLiteral("123 Main Street\nSpringfield") + typed.left(i + 1));
+    }
+    QCOMPARE(m_fixture->snippets.snippets().at(0).expansion,
+             QStringLiteral("Best regards,\nYour Name"));
+}
+
+void TestSnippetsTab::deleteNeedsASelectionAndShowsThePlaceholder() {
+    auto* remove = child<QToolButton>("delete");
+    auto* shown = child<QLabel>("placeholder");
+    QVERIFY(!remove->isEnabled());
+    QVERIFY(shown->isVisible());
+    QCOMPARE(shown->text(), placeholder);
+    selectRow(0);
+    QVERIFY(remove->isEnabled());
+    QVERIFY(child<SnippetEditor>("editor")->isVisible());
+    QTest::mouseClick(remove, Qt::LeftButton);
+    QCOMPARE(abbreviations(m_fixture->snippets.snippets()), QStringList{";addr"});
+    QCOMPARE(abbreviations(*JsonList::decode<Snippet>(*m_fixture->snippetsFile())),
+             QStringList{";addr"});
+    QVERIFY(!m_tab->selected());
+    QVERIFY(!remove->isEnabled());
+    QVERIFY(shown->isVisible());
+    QVERIFY(!child<SnippetEditor>("editor")->isVisible());
+}
+
+void TestSnippetsTab::editingADeletedSnippetWritesNothing() {
+    selectRow(0);
+    // Gone from the store behind the editor's back.
+    m_fixture->snippets.setSnippets({m_fixture->snippets.snippets().at(1)});
+    const QByteArray file = *m_fixture->snippetsFile();
+    auto* abbreviation = child<QLineEdit>("abbreviation");
+    QTest::keyClicks(abbreviation, QStringLiteral("zz"));
+    QCOMPARE(abbreviations(m_fixture->snippets.snippets()), QStringList{";addr"});
+    QCOMPARE(*m_fixture->snippetsFile(), file);
+}
+
+void TestSnippetsTab::importingTheExportedFileUpdatesEverySnippet() {
+    const QString path = m_fixture->folder.filePath(QStringLiteral("out/exported.json"));
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QTest::keyClicks(child<QLineEdit>("search"), QStringLiteral("sig")); // exports all anyway
+    QTest::mouseClick(child<QPushButton>("export"), Qt::LeftButton);
+    QCOMPARE(child<QPushButton>("export")->text(), QStringLiteral("Export\u2026"));
+    QFileDialog* dialog = m_tab->fileDialog();
+    QVERIFY(dialog);
+    QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptSave);
+    QCOMPARE(dialog->nameFilters(), QStringList{"JSON (*.json)"});
+    QCOMPARE(dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->text(),
+             QStringLiteral("snippets.json"));
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(), QStringLiteral("Exported 2 snippet(s)."));
+    auto* message = child<QLabel>("message");
+    QVERIFY(message->isVisible());
+    QCOMPARE(message->text(), m_tab->message());
+    const auto exported = SettingsFixture::read(path);
+    QVERIFY(exported);
+    QCOMPARE(*exported, JsonList::encode(m_fixture->snippets.snippets())); // the file format
+    QVERIFY(exported->contains("\"abbreviation\" : \";sig\""));
+
+    const QList<Snippet> before = m_fixture->snippets.snippets();
+    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
+    QCOMPARE(m_tab->fileDialog()->acceptMode(), QFileDialog::AcceptOpen);
+    QCOMPARE(m_tab->fileDialog()->fileMode(), QFileDialog::ExistingFile);
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(), QStringLiteral("Imported 0 new and updated 2 existing snippet(s)."));
+    QCOMPARE(m_fixture->snippets.snippets(), before);
+}
+
+void TestSnippetsTab::importMergesNewAndExisting() {
+    selectRow(0);
+    const QString path = m_fixture->folder.filePath(QStringLiteral("in.json"));
+    QVERIFY(writeFile(path, R"([{"abbreviation": ";sig", "expansion": "Cheers"},
+                               {"abbreviation": ";tel", "expansion": "555", "id": "nonsense"}])"));
+    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(), QStringLiteral("Imported 1 new and updated 1 existing snippet(s)."));
+    QCOMPARE(abbreviations(m_fixture->snippets.snippets()), (QStringList{";sig", ";addr", ";tel"}));
+    QCOMPARE(listed(), (QStringList{";sig", ";addr", ";tel"}));
+    // The editor shows the imported expansion of the selected snippet.
+    QCOMPARE(child<QPlainTextEdit>("expansion")->toPlainText(), QStringLiteral("Cheers"));
+    QCOMPARE(JsonList::decode<Snippet>(*m_fixture->snippetsFile())->at(0).expansion,
+             QStringLiteral("Cheers"));
+}
+
+void TestSnippetsTab::importingAnObjectFailsAndChangesNothing() {
+    m_fixture->snippets.save();
+    const QByteArray file = *m_fixture->snippetsFile();
+    const QList<Snippet> before = m_fixture->snippets.snippets();
+    const QString path = m_fixture->folder.filePath(QStringLiteral("object.json"));
+    QVERIFY(writeFile(path, R"({"abbreviation": ";x", "expansion": "y"})"));
+    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(),
+             QStringLiteral("Import failed: the file is not a valid snippets JSON list."));
+    QCOMPARE(m_fixture->snippets.snippets(), before);
+    QCOMPARE(*m_fixture->snippetsFile(), file);
+    // An element without "expansion" rejects the whole list, and so does a
+    // file that cannot be read at all.
+    QVERIFY(writeFile(path,
+                      R"([{"abbreviation": ";ok", "expansion": "fine"}, {"abbreviation": ";x"}])"));
+    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, path), m_tab->message());
+    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, path + QStringLiteral(".missing")),
+             m_tab->message());
+    QCOMPARE(m_fixture->snippets.snippets(), before);
+    QCOMPARE(*m_fixture->snippetsFile(), file);
+}
+
+void TestSnippetsTab::cancellingKeepsTheMessage() {
+    const QString path = m_fixture->folder.filePath(QStringLiteral("a.json"));
+    QTest::mouseClick(child<QPushButton>("export"), Qt::LeftButton);
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(), QStringLiteral("Exported 2 snippet(s)."));
+    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
+    QFileDialog* dialog = m_tab->fileDialog();
+    QVERIFY(dialog && QTest::qWaitForWindowExposed(dialog));
+    dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Cancel)->click();
+    QTRY_VERIFY(!m_tab->fileDialog());
+    QCOMPARE(m_tab->message(), QStringLiteral("Exported 2 snippet(s)."));
+}
+
+void TestSnippetsTab::exportFailureSaysWhy() {
+    const QString path = m_fixture->folder.filePath(QStringLiteral("no-such-folder/s.json"));
+    const QString message = SnippetTransfer::exportFile(m_fixture->snippets.snippets(), path);
+    QVERIFY2(message.startsWith(QStringLiteral("Export failed: ")), qPrintable(message));
+    QVERIFY(message.size() > QStringLiteral("Export failed: ").size()); // with the reason
+    QVERIFY(!QFile::exists(path));
+}
+
+void TestSnippetsTab::switchWithPermissionIsActive() {
+    auto* expand = child<ToggleSwitch>("expand");
+    auto* status = child<SnippetStatusView>("snippetStatus");
+    QCOMPARE(expand->text(), QStringLiteral("Expand snippets while I type"));
+    QVERIFY(!expand->isChecked());
+    QCOMPARE(status->state(), SnippetStatusView::State::off);
+    QVERIFY(status->findChild<QLabel*>(QStringLiteral("off"))->isVisible());
+
+    QTest::mouseClick(expand, Qt::LeftButton);
+    QVERIFY(m_fixture->settings.snippetsEnabled());
+    QVERIFY(m_fixture->engine.isRunning());
+    QVERIFY(m_fixture->platform.watcher.watching);
+    QVERIFY(expand->isChecked());
+    auto* active = status->findChild<QLabel*>(QStringLiteral("active"));
+    QVERIFY(active->isVisible());
+    QCOMPARE(active->text(), QStringLiteral("Active"));
+
+    QTest::mouseClick(expand, Qt::LeftButton);
+    QVERIFY(!m_fixture->settings.snippetsEnabled());
+    QVERIFY(!m_fixture->engine.isRunning());
+    QVERIFY(!expand->isChecked());
+    QCOMPARE(status->findChild<QLabel*>(QStringLiteral("off"))->text(), QStringLiteral("Off"));
+    QVERIFY(status->findChild<QLabel*>(QStringLiteral("off"))->isVisible());
+}
+
+void TestSnippetsTab::switchCancelledStaysOff() {
+    m_fixture->platform.permissionsFake.inputMonitoring = false;
+    int asked = 0;
+    m_fixture->engine.setPermissionPrompt([&] {
+        ++asked;
+        return false; // "Cancel"
+    });
+    auto* expand = child<ToggleSwitch>("expand");
+    QTest::mouseClick(expand, Qt::LeftButton);
+    QCOMPARE(asked, 1);
+    QVERIFY(!m_fixture->settings.snippetsEnabled());
+    QVERIFY(!expand->isChecked());
+    QCOMPARE(child<SnippetStatusView>("snippetStatus")->state(), SnippetStatusView::State::off);
+}
+
+void TestSnippetsTab::switchWithoutPermissionWaitsUntilGranted() {
+    FakePermissions& permissions = m_fixture->platform.permissionsFake;
+    permissions.inputMonitoring = false;
+    m_fixture->engine.setPermissionPrompt([] { return true; }); // "Continue"
+    auto* expand = child<ToggleSwitch>("expand");
+    QTest::mouseClick(expand, Qt::LeftButton);
+    QVERIFY(expand->isChecked());
+    QVERIFY(m_fixture->settings.snippetsEnabled());
+    auto* status = child<SnippetStatusView>("snippetStatus");
+    QCOMPARE(status->state(), SnippetStatusView::State::waiting);
+    auto* waiting = status->findChild<QWidget*>(QStringLiteral("waiting"));
+    QVERIFY(waiting->isVisible());
+    QVERIFY(waiting->findChildren<QLabel*>().value(0));
+    QCOMPARE(waiting->findChildren<QLabel*>().value(0)->text(),
+             QStringLiteral("Waiting for Input Monitoring permission"));
+    auto* open = status->findChild<QPushButton*>(QStringLiteral("openSettings"));
+    QVERIFY(open->isVisible());
+    QCOMPARE(open->text(), QStringLiteral("Open Settings"));
+    const qsizetype panesBefore = permissions.openedPanes.size();
+    QTest::mouseClick(open, Qt::LeftButton);
+    QCOMPARE(permissions.openedPanes.size(), panesBefore + 1);
+    QCOMPARE(permissions.openedPanes.last(), PermissionService::Pane::inputMonitoring);
+
+    // Granted in the system settings: the engine's poll starts the watcher
+    // within two seconds, and the line turns to "Active".
+    m_fixture->engine.startMonitoringState();
+    QCOMPARE(status->state(), SnippetStatusView::State::waiting);
+    permissions.inputMonitoring = true;
+    QTRY_VERIFY_WITH_TIMEOUT(status->findChild<QLabel*>(QStringLiteral("active"))->isVisible(),
+                             3000);
+    QVERIFY(!waiting->isVisible());
+}
+
+void TestSnippetsTab::noSettingsButtonWithoutSettingsPages() {
+    PanelessPermissions x11;
+    m_tab.reset();
+    makeTab(&x11);
+    m_fixture->platform.permissionsFake.inputMonitoring = false;
+    m_fixture->engine.setPermissionPrompt([] { return true; });
+    QTest::mouseClick(child<ToggleSwitch>("expand"), Qt::LeftButton);
+    auto* status = child<SnippetStatusView>("snippetStatus");
+    QCOMPARE(status->state(), SnippetStatusView::State::waiting);
+    QVERIFY(status->findChild<QWidget*>(QStringLiteral("waiting"))->isVisible());
+    QVERIFY(!status->findChild<QPushButton*>(QStringLiteral("openSettings"))->isVisible());
+    m_tab.reset(); // before `x11` goes
+}
+
+QTEST_MAIN(TestSnippetsTab)
+#include "tst_snippetstab.moc"
