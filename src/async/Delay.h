@@ -2,6 +2,7 @@
 
 #include <QCoroTask>
 #include <QCoroTimer>
+#include <QTimer>
 
 #include <chrono>
 #include <functional>
@@ -11,7 +12,17 @@
 // parameter, so that tests can record the waits instead of sitting them out.
 using Delay = std::function<QCoro::Task<>(std::chrono::milliseconds)>;
 
-// Waits on a real timer.
+// Waits on a real timer, for at least `duration`: Qt's default coarse timers
+// may fire up to 5 % early, too early for a wait that gives another program
+// time to act.
+inline QCoro::Task<> preciseSleep(std::chrono::milliseconds duration) {
+    QTimer timer;
+    timer.setTimerType(Qt::PreciseTimer);
+    timer.setSingleShot(true);
+    timer.start(duration);
+    co_await &timer;
+}
+
 inline Delay realDelay() {
-    return [](std::chrono::milliseconds duration) { return QCoro::sleepFor(duration); };
+    return [](std::chrono::milliseconds duration) { return preciseSleep(duration); };
 }

@@ -40,7 +40,7 @@ QCoro::Task<Result> capture(Platform& platform, Delay delay) {
     if (!platform.permissions().accessibilityGranted())
         co_return fallback(clipboard, noPermissionNote());
 
-    for (int sleeps = 0; sleeps < modifierPolls && platform.modifierState().controlOrOptionHeld();
+    for (int sleeps = 0; platform.modifierState().controlOrOptionHeld() && sleeps < modifierPolls;
          ++sleeps)
         co_await delay(modifierPoll);
 
@@ -48,7 +48,7 @@ QCoro::Task<Result> capture(Platform& platform, Delay delay) {
     const quint64 before = clipboard.changeCount();
     platform.keySender().sendShortcut(KeySender::Shortcut::copy);
 
-    for (int sleeps = 0; sleeps < copyPolls && clipboard.changeCount() == before; ++sleeps)
+    for (int sleeps = 0; clipboard.changeCount() == before && sleeps < copyPolls; ++sleeps)
         co_await delay(copyPoll);
 
     if (clipboard.changeCount() != before) {

@@ -28,7 +28,7 @@ QCoro::Task<int> show(Spec spec) {
             box->setDefaultButton(button);
     }
 
-    box->open();
+    box->show();
     box->raise();
     box->activateWindow();
     co_await qCoro(box.data(), &QMessageBox::finished);
