@@ -3,6 +3,7 @@
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QThread>
 #include <QTimer>
 
 #include <chrono>
@@ -110,30 +111,46 @@ private:
     }
 
     void sendNextPiece() {
-        if (m_current < 0)
-            return;
-        if (m_next < m_pieces.size()) {
-            const QByteArray& piece = m_pieces[m_next];
-            const qint64 time = nowNs();
-            if (m_plan.framing == ReplyPlan::Framing::chunked)
-                m_socket->write(QByteArray::number(piece.size(), 16) + "\r\n" + piece + "\r\n");
-            else
-                m_socket->write(piece);
-            m_socket->flush();
-            const int index = m_current;
-            const int pieceIndex = m_next++;
-            m_server->update(index,
-                             [time](LoopbackServer::Request& r) { r.pieceTimes.append(time); });
-            QPointer<LoopbackConnection> self(this);
-            Q_EMIT m_server->pieceWritten(index, pieceIndex, int(m_pieces.size()));
-            if (!self)
+        using std::chrono::microseconds;
+        using std::chrono::milliseconds;
+        for (;;) {
+            if (m_current < 0)
                 return;
-        }
-        if (m_next < m_pieces.size()) {
-            QTimer::singleShot(m_plan.delay, Qt::PreciseTimer, this, [this] { sendNextPiece(); });
+            if (m_next < m_pieces.size() && !writePiece())
+                return;
+            if (m_next >= m_pieces.size()) {
+                finishReply();
+                return;
+            }
+            if (m_plan.delay > microseconds(0) && m_plan.delay < milliseconds(1)) {
+                QThread::usleep(m_plan.delay.count());
+                continue;
+            }
+            QTimer::singleShot(std::chrono::duration_cast<milliseconds>(m_plan.delay),
+                               Qt::PreciseTimer, this, [this] { sendNextPiece(); });
             return;
         }
-        finishReply();
+    }
+
+    // Writes the next piece; false when the exchange ended meanwhile.
+    bool writePiece() {
+        const int index = m_current;
+        const int pieceIndex = int(m_next++);
+        const QByteArray piece = m_pieces[pieceIndex];
+        const qint64 time = nowNs();
+        m_server->update(index, [time](LoopbackServer::Request& r) { r.pieceTimes.append(time); });
+        // Writing to a connection the client has closed reports the close
+        // (disconnected()) from inside write() or flush().
+        if (m_plan.framing == ReplyPlan::Framing::chunked)
+            m_socket->write(QByteArray::number(piece.size(), 16) + "\r\n" + piece + "\r\n");
+        else
+            m_socket->write(piece);
+        m_socket->flush();
+        if (m_current != index)
+            return false;
+        QPointer<LoopbackConnection> self(this);
+        Q_EMIT m_server->pieceWritten(index, pieceIndex, int(m_pieces.size()));
+        return self && m_current == index;
     }
 
     void finishReply() {
@@ -148,6 +165,8 @@ private:
         if (m_plan.framing == ReplyPlan::Framing::chunked)
             m_socket->write("0\r\n\r\n");
         m_socket->flush();
+        if (m_current != index)
+            return; // the client closed the connection before the end
         m_current = -1;
         m_server->update(index, [](LoopbackServer::Request& r) { r.replyComplete = true; });
         Q_EMIT m_server->replyComplete(index);
@@ -200,14 +219,23 @@ LoopbackServer::LoopbackServer(QObject* parent)
     });
 }
 
-LoopbackServer::~LoopbackServer() = default;
+LoopbackServer::~LoopbackServer() {
+    // The connections go first, while the records they write to still exist,
+    // and quietly: a closing socket reports its own close.
+    for (QTcpSocket* socket : m_server->findChildren<QTcpSocket*>())
+        socket->disconnect();
+    delete m_server;
+}
 
 bool LoopbackServer::listen(quint16 port) {
-    return m_server->listen(QHostAddress::LocalHost, port);
+    if (!m_server->listen(QHostAddress::LocalHost, port))
+        return false;
+    m_port = m_server->serverPort();
+    return true;
 }
 
 quint16 LoopbackServer::port() const {
-    return m_server->serverPort();
+    return m_port;
 }
 
 QString LoopbackServer::url() const {
@@ -257,4 +285,26 @@ int LoopbackServer::requestCount() const {
 LoopbackServer::Request LoopbackServer::request(int index) const {
     QMutexLocker lock(&m_mutex);
     return m_requests.value(index);
+}
+
+LoopbackThread::LoopbackThread()
+    : m_thread(new QThread)
+    , m_server(new LoopbackServer) {
+    m_thread->setObjectName(QStringLiteral("loopback server"));
+    m_server->moveToThread(m_thread);
+    m_thread->start();
+    bool listening = false;
+    QMetaObject::invokeMethod(
+        m_server, [this, &listening] { listening = m_server->listen(); },
+        Qt::BlockingQueuedConnection);
+    if (!listening)
+        qFatal("The loopback server cannot listen on 127.0.0.1");
+}
+
+LoopbackThread::~LoopbackThread() {
+    QMetaObject::invokeMethod(
+        m_server, [this] { delete m_server; }, Qt::BlockingQueuedConnection);
+    m_thread->quit();
+    m_thread->wait();
+    delete m_thread;
 }

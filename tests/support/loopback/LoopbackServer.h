@@ -7,6 +7,7 @@
 #include <QMutex>
 #include <QObject>
 
+#include <atomic>
 #include <utility>
 
 class QTcpServer;
@@ -16,8 +17,9 @@ class QTcpSocket;
 // answers each request by its method and path with a ReplyPlan, and records
 // what the client sent and how the exchange ended.
 //
-// It lives in the thread it was created in (or moved to); requests() may be
-// read from any thread.
+// It lives in the thread it was created in (or moved to); LoopbackThread runs
+// one in a thread of its own. route(), port(), url() and the records may be
+// used from any thread.
 class LoopbackServer : public QObject {
     Q_OBJECT
 public:
@@ -72,8 +74,29 @@ private:
     void update(int index, Change&& change);
 
     QTcpServer* m_server;
+    std::atomic<quint16> m_port = 0;
     QHash<QByteArray, ReplyPlan> m_routes;
     ReplyPlan m_fallback;
     mutable QMutex m_mutex;
     QList<Request> m_requests;
+};
+
+class QThread;
+
+// A LoopbackServer in a thread of its own, so that it can pause between
+// pieces (even blocking, for pauses under a millisecond) while the client's
+// thread is free to read each piece as it comes. Listens at construction.
+class LoopbackThread {
+public:
+    LoopbackThread();
+    ~LoopbackThread();
+    LoopbackThread(const LoopbackThread&) = delete;
+    LoopbackThread& operator=(const LoopbackThread&) = delete;
+
+    LoopbackServer& server() { return *m_server; }
+    LoopbackServer* operator->() { return m_server; }
+
+private:
+    QThread* m_thread;
+    LoopbackServer* m_server;
 };

@@ -34,9 +34,11 @@ struct ReplyPlan {
     Mode mode = Mode::answer;
     Framing framing = Framing::chunked;
     Split split = Split::whole;
-    // Pause before every piece after the first; zero still hands control
-    // back to the event loop between pieces.
-    std::chrono::milliseconds delay{0};
+    // Pause before every piece after the first. Zero still hands control
+    // back to the event loop between pieces; a pause under a millisecond is
+    // waited out in place, blocking the server's thread (timers are not that
+    // fine), which is how tests make a client read a body byte by byte.
+    std::chrono::microseconds delay{0};
     // closeMidBody: how many body bytes go out before the close; -1 for half.
     qsizetype closeAfter = -1;
 
