@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DesktopSession.h"
+#include "app/InstanceChannel.h"
 
 #include <QDir>
 #include <QFile>
@@ -43,6 +44,48 @@ inline bool writeUserFiles(const QList<QPair<QString, QString>>& snippets, bool 
     return settings.open(QIODevice::WriteOnly) &&
            settings.write(enabled ? "[General]\nsnippetsEnabled=true\n"
                                   : "[General]\nsnippetsEnabled=false\n") > 0;
+}
+
+// What the running Wendle reports about itself (its state probe).
+inline QJsonObject wendleState() {
+    const std::optional<QByteArray> answer = InstanceChannel::ask("state", 1000);
+    return answer ? QJsonDocument::fromJson(*answer).object() : QJsonObject();
+}
+
+inline bool snippetsRunning() {
+    return wendleState().value(QStringLiteral("snippetsRunning")).toBool();
+}
+
+// Starts the real `wendle` and waits until its snippet engine runs.
+inline QProcess* startWendle(DesktopSession& desktop) {
+    QProcess* wendle =
+        desktop.start(QStringLiteral(WENDLE_PROGRAM), {}, {QStringLiteral("WENDLE_STATE_PROBE=1")});
+    if (!wendle || !DesktopSession::waitUntil(&snippetsRunning, 10000))
+        return nullptr;
+    return wendle;
+}
+
+// Clicks Wendle's tray icon and chooses "Expand Snippets", the last entry
+// above "Quit Wendle", with the keyboard.
+inline bool clickExpandSnippets(DesktopSession& desktop) {
+    const quint64 icon = desktop.findWindowByClass(QStringLiteral("^wendle$"));
+    if (!icon || !desktop.run(QStringLiteral("xdotool"),
+                              {QStringLiteral("mousemove"), QStringLiteral("--window"),
+                               QString::number(icon), QStringLiteral("8"), QStringLiteral("8"),
+                               QStringLiteral("click"), QStringLiteral("1")}))
+        return false;
+    const auto visibleWindows = [&] {
+        const auto out = desktop.run(QStringLiteral("xdotool"),
+                                     {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                      QStringLiteral("--class"), QStringLiteral("^wendle$")});
+        return out ? int(out->trimmed().split('\n').size()) : 0;
+    };
+    // The menu is a second visible window of Wendle's.
+    if (!DesktopSession::waitUntil([&] { return visibleWindows() >= 2; }))
+        return false;
+    return desktop.key(QStringLiteral("Up")) && desktop.key(QStringLiteral("Up")) &&
+           desktop.key(QStringLiteral("Return")) &&
+           DesktopSession::waitUntil([&] { return visibleWindows() == 1; });
 }
 
 // Another program's clipboard: several formats, one of them binary.

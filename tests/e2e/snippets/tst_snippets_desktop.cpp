@@ -5,6 +5,7 @@ using namespace SnippetDesktop;
 
 // Wendle expanding snippets on a real X desktop: xdotool types into the Qt
 // test editor, and the editor's saved text and the clipboard show the result.
+// Snippets are switched in the tray menu.
 class TestSnippetsDesktop : public QObject {
     Q_OBJECT
 private:
@@ -33,17 +34,20 @@ private:
         return true;
     }
 
-    int runningLines() { return int(desktop().output(m_wendle).count("running\n")); }
-    int stoppedLines() { return int(desktop().output(m_wendle).count("stopped\n")); }
+    // The setting as Wendle stored it.
+    static QString storedSetting() {
+        QSettings settings(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                               QStringLiteral("/Wendle/Wendle.conf"),
+                           QSettings::IniFormat);
+        return settings.value(QStringLiteral("snippetsEnabled")).toString();
+    }
 
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY(writeUserFiles(
             {{";sig", signature}, {";addr", address}, {";zy", "Gr\u00FC\u00DFe"}}, true));
-        m_wendle = desktop().start(QStringLiteral(WENDLE_SNIPPET_HOST));
+        m_wendle = startWendle(desktop());
         QVERIFY(m_wendle);
-        QVERIFY2(DesktopSession::waitUntil([&] { return runningLines() == 1; }),
-                 desktop().output(m_wendle).constData());
         m_editor = desktop().startEditor({});
         QVERIFY(m_editor);
     }
@@ -107,19 +111,21 @@ private Q_SLOTS:
         QVERIFY2(editorShows(signature + address), qPrintable(editorText()));
     }
 
-    void switchingOffStopsAndOnStartsAgain() {
-        const int stopped = stoppedLines();
-        m_wendle->write("off\n");
-        QVERIFY(DesktopSession::waitUntil([&] { return stoppedLines() == stopped + 1; }, 2000));
+    void switchingOffInTheTrayStopsAndOnStartsAgain() {
+        QVERIFY(clickExpandSnippets(desktop()));
+        QVERIFY(!snippetsRunning());
+        QCOMPARE(storedSetting(), QStringLiteral("false"));
+        QVERIFY(desktop().activate(m_editor->window));
         QVERIFY(desktop().type(QStringLiteral(";sig")));
         // Nothing can announce an expansion that does not come: give it
         // several times what one takes before the paste.
         QTest::qWait(600);
         QCOMPARE(editorText(), QStringLiteral(";sig"));
 
-        const int running = runningLines();
-        m_wendle->write("on\n");
-        QVERIFY(DesktopSession::waitUntil([&] { return runningLines() == running + 1; }, 2000));
+        QVERIFY(clickExpandSnippets(desktop()));
+        QVERIFY(snippetsRunning());
+        QCOMPARE(storedSetting(), QStringLiteral("true"));
+        QVERIFY(desktop().activate(m_editor->window));
         QVERIFY(desktop().type(QStringLiteral(" ;sig")));
         QVERIFY2(editorShows(QStringLiteral(";sig ") + signature), qPrintable(editorText()));
     }
@@ -138,5 +144,6 @@ private Q_SLOTS:
     }
 };
 
-WENDLE_DESKTOP_TEST_MAIN(TestSnippetsDesktop, (DesktopSession::Options{.windowManager = true}))
+WENDLE_DESKTOP_TEST_MAIN(TestSnippetsDesktop,
+                         (DesktopSession::Options{.windowManager = true, .trayHost = true}))
 #include "tst_snippets_desktop.moc"
