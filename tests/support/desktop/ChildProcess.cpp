@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -63,6 +64,8 @@ bool ChildProcess::start(const QString& program, const QStringList& arguments,
         if (options.notifyFd >= 0)
             dup2(options.notifyFd, 3);
         setpgid(0, 0); // its own group: a Ctrl+C in the terminal reaches the test only
+        // Should the test crash, its helpers end with it rather than linger.
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
         execve(argv[0], argv.data(), envp.data());
         execvpe(argv[0], argv.data(), envp.data());
         _exit(127);

@@ -12,9 +12,11 @@
 #include <xcb/xcb.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
@@ -302,6 +304,8 @@ QProcess* DesktopSession::start(const QString& program, const QStringList& argum
     process->setProcessEnvironment(env);
     const QString log = m_temp.filePath(
         QStringLiteral("%1-%2.log").arg(QFileInfo(program).fileName()).arg(++m_started));
+    // Should the test crash, the program ends with it rather than linger.
+    process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
     process->setStandardOutputFile(log);
     process->setStandardErrorFile(log, QIODevice::Append);
     process->start(program, arguments);
