@@ -12,6 +12,7 @@
 #include "settings/Preferences.h"
 
 #include <QApplication>
+#include <QCoroTimer>
 #include <QCursor>
 #include <QKeyEvent>
 
@@ -75,7 +76,9 @@ void PaletteController::toggle(std::chrono::milliseconds delay) {
 
 QCoro::Task<> PaletteController::open(std::chrono::milliseconds delay, QPoint pointer) {
     QPointer<PaletteController> self(this);
-    if (delay.count() > 0)
+    // The task starts once the caller (a key or menu handler) has returned.
+    co_await QCoro::sleepFor(std::chrono::milliseconds(0));
+    if (self && delay.count() > 0)
         co_await m_delay(delay);
     if (!self)
         co_return;

@@ -18,7 +18,9 @@ PaletteEmptyState::PaletteEmptyState(PaletteModel& model, QWidget* parent)
     column->addStretch();
 
     auto* symbol = new QLabel(this);
-    const int size = QFontMetrics(PaletteStyle::largeTitle()).height();
+    // A symbol as tall as large-title capitals need a little more than the
+    // line height, since icons leave a margin inside their square.
+    const int size = QFontMetrics(PaletteStyle::largeTitle()).height() * 3 / 2;
     symbol->setPixmap(PaletteIcons::symbol(QStringLiteral("text.cursor"), size,
                                            PaletteStyle::secondary(), devicePixelRatioF()));
     symbol->setAlignment(Qt::AlignCenter);
