@@ -52,7 +52,7 @@ ActionsTab::ActionsTab(ActionStore& store, QWidget* parent)
     m_list->setDefaultDropAction(Qt::MoveAction);
     m_list->setDropIndicatorShown(true);
     m_list->setUniformItemSizes(true);
-    m_list->setSpacing(1);
+    m_list->setStyleSheet(QStringLiteral("QListView::item { padding: 3px 4px; }"));
     column->addWidget(m_list, 1);
 
     auto* buttons = new QHBoxLayout;

@@ -39,7 +39,6 @@ GeneralTab::GeneralTab(PermissionService& permissions, QWidget* parent)
 
     auto* storage = SettingsStyle::captionLabel(Texts::storageNote(AppSupport::folder()), this);
     storage->setObjectName(QStringLiteral("storage"));
-    storage->setTextInteractionFlags(Qt::TextSelectableByMouse);
     page->addWidget(storage);
     page->addStretch(1);
 

@@ -2,12 +2,14 @@
 
 #include "settings/AppSettings.h"
 #include "settings/Keychain.h"
+#include "settingswindow/FormGrid.h"
 #include "settingswindow/SegmentedControl.h"
 #include "settingswindow/SettingsStyle.h"
 #include "settingswindow/Spinner.h"
+#include "settingswindow/WrappingLabel.h"
 #include "texts/Texts.h"
 
-#include <QFormLayout>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -54,11 +56,11 @@ ModelTab::ModelTab(AppSettings& settings, QWidget* parent)
     page->setContentsMargins(pad, pad, pad, pad);
     page->setSpacing(10);
 
-    m_form = new QFormLayout;
-    m_form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    m_form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    m_form->setVerticalSpacing(12);
-    page->addLayout(m_form);
+    auto* grid = new QGridLayout;
+    grid->setHorizontalSpacing(10);
+    grid->setVerticalSpacing(12);
+    page->addLayout(grid);
+    m_form = std::make_unique<FormGrid>(grid);
 
     m_providerPicker = new SegmentedControl(providerTitles());
     m_providerPicker->setObjectName(QStringLiteral("provider"));
@@ -66,37 +68,33 @@ ModelTab::ModelTab(AppSettings& settings, QWidget* parent)
 
     m_ollamaURL = new QLineEdit;
     m_ollamaURL->setObjectName(QStringLiteral("ollamaURL"));
-    m_form->addRow(
+    m_ollamaRow = m_form->addRow(
         QStringLiteral("Server URL"),
         fieldWithNote(m_ollamaURL,
                       QStringLiteral("Requests go to /api/chat on this server. Installed "
                                      "models are listed from /api/tags.")));
-    m_ollamaRow = m_form->rowCount() - 1;
 
     m_lmStudioURL = new QLineEdit;
     m_lmStudioURL->setObjectName(QStringLiteral("lmStudioURL"));
-    m_form->addRow(
+    m_lmStudioRow = m_form->addRow(
         QStringLiteral("Server URL"),
         fieldWithNote(m_lmStudioURL, QStringLiteral("Requests go to /v1/chat/completions "
                                                     "(OpenAI-compatible). Load a model "
                                                     "in LM Studio first.")));
-    m_lmStudioRow = m_form->rowCount() - 1;
 
     m_customURL = new QLineEdit;
     m_customURL->setObjectName(QStringLiteral("customURL"));
-    m_form->addRow(
+    m_customRow = m_form->addRow(
         QStringLiteral("Chat completions URL"),
         fieldWithNote(m_customURL,
                       QStringLiteral("Full endpoint of any OpenAI-compatible server, for "
                                      "example http://localhost:8080/v1/chat/completions.")));
-    m_customRow = m_form->rowCount() - 1;
 
     m_apiKey = new QLineEdit;
     m_apiKey->setObjectName(QStringLiteral("apiKey"));
     m_apiKey->setEchoMode(QLineEdit::Password);
-    m_form->addRow(QStringLiteral("API key (optional)"),
-                   fieldWithNote(m_apiKey, Texts::apiKeyNote()));
-    m_apiKeyRow = m_form->rowCount() - 1;
+    m_apiKeyRow = m_form->addRow(QStringLiteral("API key (optional)"),
+                                 fieldWithNote(m_apiKey, Texts::apiKeyNote()));
 
     auto* modelRow = new QHBoxLayout;
     modelRow->setSpacing(6);
@@ -124,13 +122,11 @@ ModelTab::ModelTab(AppSettings& settings, QWidget* parent)
     statusRow->setContentsMargins(0, 0, 0, 0);
     m_spinner = new Spinner;
     m_spinner->setObjectName(QStringLiteral("progress"));
-    m_statusLabel = new QLabel;
+    m_statusLabel = new WrappingLabel;
     m_statusLabel->setObjectName(QStringLiteral("status"));
-    m_statusLabel->setTextFormat(Qt::PlainText);
-    m_statusLabel->setWordWrap(true);
-    m_statusLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    statusRow->addWidget(m_spinner, 0, Qt::AlignTop);
+    statusRow->addWidget(m_spinner, 0, Qt::AlignLeft | Qt::AlignTop);
     statusRow->addWidget(m_statusLabel, 1);
+    statusRow->addStretch(0); // keeps the progress indicator at the left
     statusBox->setMinimumHeight(
         qMax(m_spinner->sizeHint().height(), m_statusLabel->fontMetrics().height()));
     m_form->addRow(QString(), statusBox);
@@ -176,6 +172,8 @@ ModelTab::ModelTab(AppSettings& settings, QWidget* parent)
     showStatus();
     loadKey();
 }
+
+ModelTab::~ModelTab() = default;
 
 QCoro::Task<> ModelTab::loadKey() {
     QPointer<ModelTab> self(this);

@@ -7,8 +7,10 @@
 #include <QStringList>
 #include <QWidget>
 
+#include <memory>
+
 class AppSettings;
-class QFormLayout;
+class FormGrid;
 class QLabel;
 class QLineEdit;
 class QMenu;
@@ -23,6 +25,7 @@ class ModelTab : public QWidget {
     Q_OBJECT
 public:
     explicit ModelTab(AppSettings& settings, QWidget* parent = nullptr);
+    ~ModelTab() override;
 
     // Lists the server's models and shows the outcome in the status line.
     void refresh();
@@ -60,7 +63,7 @@ private:
     bool m_loading = false;
     bool m_keyEdited = false;
 
-    QFormLayout* m_form = nullptr;
+    std::unique_ptr<FormGrid> m_form;
     SegmentedControl* m_providerPicker = nullptr;
     QLineEdit* m_ollamaURL = nullptr;
     QLineEdit* m_lmStudioURL = nullptr;

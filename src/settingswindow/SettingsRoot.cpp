@@ -20,8 +20,9 @@ SettingsRoot::SettingsRoot(const SettingsServices& services, SettingsUI& ui, QWi
     layout->setContentsMargins(0, 0, 0, 0);
     m_tabs = new QTabWidget(this);
     m_tabs->setObjectName(QStringLiteral("tabs"));
-    m_tabs->setDocumentMode(true);
     m_tabs->tabBar()->setExpanding(false);
+    // Centred, like the tab bar of a settings window.
+    m_tabs->setStyleSheet(QStringLiteral("QTabWidget::tab-bar { alignment: center; }"));
     layout->addWidget(m_tabs);
 
     m_model = new ModelTab(*services.settings);

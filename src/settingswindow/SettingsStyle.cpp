@@ -1,5 +1,7 @@
 #include "settingswindow/SettingsStyle.h"
 
+#include "settingswindow/WrappingLabel.h"
+
 #include <QFontDatabase>
 #include <QFrame>
 #include <QLabel>

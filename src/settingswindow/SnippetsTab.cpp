@@ -127,7 +127,6 @@ SnippetsTab::SnippetsTab(SnippetStore& store, AppSettings& settings, SnippetEngi
 
     m_messageLabel = SettingsStyle::captionLabel(QString(), this);
     m_messageLabel->setObjectName(QStringLiteral("message"));
-    m_messageLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_messageLabel->hide();
     page->addWidget(m_messageLabel);
 
