@@ -33,7 +33,7 @@ private Q_SLOTS:
                                      "set text", "paste", "restore"}));
         const auto at = [&](int i) { return f->platform.steps.at(i).atMs; };
         QVERIFY2(at(0) >= 50, qPrintable(QString::number(at(0))));
-        QCOMPARE(at(3), at(0)); // no pause between the backspaces
+        QVERIFY(at(3) - at(0) <= 1); // no pause between the backspaces
         QVERIFY2(at(4) - at(3) >= 30, qPrintable(QString::number(at(4) - at(3))));
         QVERIFY2(at(6) - at(5) >= 40, qPrintable(QString::number(at(6) - at(5))));
         QVERIFY2(at(7) - at(6) >= 400, qPrintable(QString::number(at(7) - at(6))));
