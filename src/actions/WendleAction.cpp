@@ -11,8 +11,7 @@ const QString languagePlaceholder = QStringLiteral("{language}");
 
 } // namespace
 
-QString WendleAction::resolvedInstruction(const QString& tone, const QString& language) const
-{
+QString WendleAction::resolvedInstruction(const QString& tone, const QString& language) const {
     switch (kind) {
     case Kind::plain:
         return instruction;
@@ -30,8 +29,7 @@ QString WendleAction::resolvedInstruction(const QString& tone, const QString& la
     return instruction;
 }
 
-const QList<WendleAction>& WendleAction::defaults()
-{
+const QList<WendleAction>& WendleAction::defaults() {
     static const QList<WendleAction> builtIn = [] {
         auto make = [](const char* name, Kind kind, const char* instruction) {
             return WendleAction{QUuid::createUuid(), QString::fromUtf8(name),
@@ -59,8 +57,7 @@ const QList<WendleAction>& WendleAction::defaults()
     return builtIn;
 }
 
-QJsonObject WendleAction::toJson() const
-{
+QJsonObject WendleAction::toJson() const {
     return QJsonObject{
         {QStringLiteral("id"), UuidText::format(id)},
         {QStringLiteral("name"), name},
@@ -69,8 +66,7 @@ QJsonObject WendleAction::toJson() const
     };
 }
 
-std::optional<WendleAction> WendleAction::fromJson(const QJsonValue& json)
-{
+std::optional<WendleAction> WendleAction::fromJson(const QJsonValue& json) {
     if (!json.isObject())
         return std::nullopt;
     const QJsonObject object = json.toObject();
@@ -89,25 +85,25 @@ std::optional<WendleAction> WendleAction::fromJson(const QJsonValue& json)
 
 namespace WendleActionKind {
 
-const QList<WendleAction::Kind>& allCases()
-{
+const QList<WendleAction::Kind>& allCases() {
     static const QList<WendleAction::Kind> cases{
         WendleAction::Kind::plain, WendleAction::Kind::tone, WendleAction::Kind::translate};
     return cases;
 }
 
-QString rawValue(WendleAction::Kind kind)
-{
+QString rawValue(WendleAction::Kind kind) {
     switch (kind) {
-    case WendleAction::Kind::plain: return QStringLiteral("plain");
-    case WendleAction::Kind::tone: return QStringLiteral("tone");
-    case WendleAction::Kind::translate: return QStringLiteral("translate");
+    case WendleAction::Kind::plain:
+        return QStringLiteral("plain");
+    case WendleAction::Kind::tone:
+        return QStringLiteral("tone");
+    case WendleAction::Kind::translate:
+        return QStringLiteral("translate");
     }
     return QStringLiteral("plain");
 }
 
-std::optional<WendleAction::Kind> fromRawValue(const QString& raw)
-{
+std::optional<WendleAction::Kind> fromRawValue(const QString& raw) {
     for (const WendleAction::Kind kind : allCases()) {
         if (rawValue(kind) == raw)
             return kind;
@@ -119,24 +115,22 @@ std::optional<WendleAction::Kind> fromRawValue(const QString& raw)
 
 namespace Options {
 
-const QStringList& tones()
-{
+const QStringList& tones() {
     static const QStringList list{QStringLiteral("Professional"), QStringLiteral("Friendly"),
                                   QStringLiteral("Casual")};
     return list;
 }
 
-const QStringList& languages()
-{
+const QStringList& languages() {
     static const QStringList list{
-        QStringLiteral("English"),    QStringLiteral("Spanish"),
-        QStringLiteral("French"),     QStringLiteral("German"),
-        QStringLiteral("Italian"),    QStringLiteral("Portuguese"),
-        QStringLiteral("Dutch"),      QStringLiteral("Swedish"),
-        QStringLiteral("Polish"),     QStringLiteral("Russian"),
-        QStringLiteral("Turkish"),    QStringLiteral("Arabic"),
-        QStringLiteral("Hindi"),      QStringLiteral("Chinese (Simplified)"),
-        QStringLiteral("Japanese"),   QStringLiteral("Korean"),
+        QStringLiteral("English"),  QStringLiteral("Spanish"),
+        QStringLiteral("French"),   QStringLiteral("German"),
+        QStringLiteral("Italian"),  QStringLiteral("Portuguese"),
+        QStringLiteral("Dutch"),    QStringLiteral("Swedish"),
+        QStringLiteral("Polish"),   QStringLiteral("Russian"),
+        QStringLiteral("Turkish"),  QStringLiteral("Arabic"),
+        QStringLiteral("Hindi"),    QStringLiteral("Chinese (Simplified)"),
+        QStringLiteral("Japanese"), QStringLiteral("Korean"),
     };
     return list;
 }

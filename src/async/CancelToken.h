@@ -7,7 +7,8 @@
 // isCancelled() after every co_await, writing nothing further once it is set.
 class CancelToken {
 public:
-    CancelToken() : m_flag(std::make_shared<bool>(false)) {}
+    CancelToken()
+        : m_flag(std::make_shared<bool>(false)) {}
 
     void cancel() const { *m_flag = true; }
     bool isCancelled() const { return *m_flag; }

@@ -3,25 +3,21 @@
 #include <QtGlobal>
 
 namespace {
-std::unique_ptr<Platform>& installed()
-{
+std::unique_ptr<Platform>& installed() {
     static std::unique_ptr<Platform> platform;
     return platform;
 }
 } // namespace
 
-void Platform::install(std::unique_ptr<Platform> platform)
-{
+void Platform::install(std::unique_ptr<Platform> platform) {
     installed() = std::move(platform);
 }
 
-Platform& Platform::shared()
-{
+Platform& Platform::shared() {
     Q_ASSERT_X(installed(), "Platform::shared", "no platform installed");
     return *installed();
 }
 
-bool Platform::isInstalled()
-{
+bool Platform::isInstalled() {
     return installed() != nullptr;
 }

@@ -17,8 +17,8 @@ class AppSettings : public QObject {
     Q_PROPERTY(QString ollamaURL READ ollamaURL WRITE setOllamaURL NOTIFY ollamaURLChanged)
     Q_PROPERTY(QString ollamaModel READ ollamaModel WRITE setOllamaModel NOTIFY ollamaModelChanged)
     Q_PROPERTY(QString lmStudioURL READ lmStudioURL WRITE setLmStudioURL NOTIFY lmStudioURLChanged)
-    Q_PROPERTY(QString lmStudioModel READ lmStudioModel WRITE setLmStudioModel NOTIFY
-                   lmStudioModelChanged)
+    Q_PROPERTY(
+        QString lmStudioModel READ lmStudioModel WRITE setLmStudioModel NOTIFY lmStudioModelChanged)
     Q_PROPERTY(QString customURL READ customURL WRITE setCustomURL NOTIFY customURLChanged)
     Q_PROPERTY(QString customModel READ customModel WRITE setCustomModel NOTIFY customModelChanged)
     Q_PROPERTY(bool snippetsEnabled READ snippetsEnabled WRITE setSnippetsEnabled NOTIFY

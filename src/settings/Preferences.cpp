@@ -5,18 +5,15 @@
 
 namespace Preferences {
 
-void applyIdentity()
-{
+void applyIdentity() {
     QCoreApplication::setOrganizationName(QStringLiteral("Wendle"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("wendle.app"));
     QCoreApplication::setApplicationName(QStringLiteral("Wendle"));
 }
 
-QSettings& shared()
-{
-    static QSettings* settings =
-        new QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Wendle"),
-                      QStringLiteral("Wendle"));
+QSettings& shared() {
+    static QSettings* settings = new QSettings(QSettings::NativeFormat, QSettings::UserScope,
+                                               QStringLiteral("Wendle"), QStringLiteral("Wendle"));
     return *settings;
 }
 

@@ -2,24 +2,24 @@
 
 namespace Providers {
 
-const QList<Provider>& allCases()
-{
+const QList<Provider>& allCases() {
     static const QList<Provider> cases{Provider::ollama, Provider::lmstudio, Provider::custom};
     return cases;
 }
 
-QString rawValue(Provider provider)
-{
+QString rawValue(Provider provider) {
     switch (provider) {
-    case Provider::ollama: return QStringLiteral("ollama");
-    case Provider::lmstudio: return QStringLiteral("lmstudio");
-    case Provider::custom: return QStringLiteral("custom");
+    case Provider::ollama:
+        return QStringLiteral("ollama");
+    case Provider::lmstudio:
+        return QStringLiteral("lmstudio");
+    case Provider::custom:
+        return QStringLiteral("custom");
     }
     return QStringLiteral("ollama");
 }
 
-std::optional<Provider> fromRawValue(const QString& raw)
-{
+std::optional<Provider> fromRawValue(const QString& raw) {
     for (const Provider provider : allCases()) {
         if (rawValue(provider) == raw)
             return provider;
@@ -27,12 +27,14 @@ std::optional<Provider> fromRawValue(const QString& raw)
     return std::nullopt;
 }
 
-QString displayName(Provider provider)
-{
+QString displayName(Provider provider) {
     switch (provider) {
-    case Provider::ollama: return QStringLiteral("Ollama");
-    case Provider::lmstudio: return QStringLiteral("LM Studio");
-    case Provider::custom: return QStringLiteral("Other (OpenAI-compatible)");
+    case Provider::ollama:
+        return QStringLiteral("Ollama");
+    case Provider::lmstudio:
+        return QStringLiteral("LM Studio");
+    case Provider::custom:
+        return QStringLiteral("Other (OpenAI-compatible)");
     }
     return {};
 }

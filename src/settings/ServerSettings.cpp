@@ -1,39 +1,53 @@
 #include "settings/ServerSettings.h"
 
-QString ServerSettings::currentModel() const
-{
+QString ServerSettings::currentModel() const {
     switch (provider) {
-    case Provider::ollama: return ollamaModel;
-    case Provider::lmstudio: return lmStudioModel;
-    case Provider::custom: return customModel;
+    case Provider::ollama:
+        return ollamaModel;
+    case Provider::lmstudio:
+        return lmStudioModel;
+    case Provider::custom:
+        return customModel;
     }
     return {};
 }
 
-void ServerSettings::setCurrentModel(const QString& model)
-{
+void ServerSettings::setCurrentModel(const QString& model) {
     switch (provider) {
-    case Provider::ollama: ollamaModel = model; break;
-    case Provider::lmstudio: lmStudioModel = model; break;
-    case Provider::custom: customModel = model; break;
+    case Provider::ollama:
+        ollamaModel = model;
+        break;
+    case Provider::lmstudio:
+        lmStudioModel = model;
+        break;
+    case Provider::custom:
+        customModel = model;
+        break;
     }
 }
 
-QString ServerSettings::currentURL() const
-{
+QString ServerSettings::currentURL() const {
     switch (provider) {
-    case Provider::ollama: return ollamaURL;
-    case Provider::lmstudio: return lmStudioURL;
-    case Provider::custom: return customURL;
+    case Provider::ollama:
+        return ollamaURL;
+    case Provider::lmstudio:
+        return lmStudioURL;
+    case Provider::custom:
+        return customURL;
     }
     return {};
 }
 
-void ServerSettings::setCurrentURL(const QString& url)
-{
+void ServerSettings::setCurrentURL(const QString& url) {
     switch (provider) {
-    case Provider::ollama: ollamaURL = url; break;
-    case Provider::lmstudio: lmStudioURL = url; break;
-    case Provider::custom: customURL = url; break;
+    case Provider::ollama:
+        ollamaURL = url;
+        break;
+    case Provider::lmstudio:
+        lmStudioURL = url;
+        break;
+    case Provider::custom:
+        customURL = url;
+        break;
     }
 }

@@ -27,8 +27,7 @@ struct ServerSettings {
 
     static QString defaultOllamaURL() { return QStringLiteral("http://localhost:11434"); }
     static QString defaultLMStudioURL() { return QStringLiteral("http://localhost:1234"); }
-    static QString defaultCustomURL()
-    {
+    static QString defaultCustomURL() {
         return QStringLiteral("https://api.openai.com/v1/chat/completions");
     }
 };

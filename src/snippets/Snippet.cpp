@@ -2,8 +2,7 @@
 
 #include "storage/UuidText.h"
 
-QJsonObject Snippet::toJson() const
-{
+QJsonObject Snippet::toJson() const {
     return QJsonObject{
         {QStringLiteral("id"), UuidText::format(id)},
         {QStringLiteral("abbreviation"), abbreviation},
@@ -11,8 +10,7 @@ QJsonObject Snippet::toJson() const
     };
 }
 
-std::optional<Snippet> Snippet::fromJson(const QJsonValue& json)
-{
+std::optional<Snippet> Snippet::fromJson(const QJsonValue& json) {
     if (!json.isObject())
         return std::nullopt;
     const QJsonObject object = json.toObject();

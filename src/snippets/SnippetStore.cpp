@@ -8,19 +8,15 @@
 SnippetStore::SnippetStore(QString filePath, QObject* parent)
     : QObject(parent)
     , m_filePath(std::move(filePath))
-    , m_snippets(JsonList::load<Snippet>(m_filePath).value_or(starters()))
-{
-}
+    , m_snippets(JsonList::load<Snippet>(m_filePath).value_or(starters())) {}
 
-SnippetStore& SnippetStore::shared()
-{
+SnippetStore& SnippetStore::shared() {
     static SnippetStore* store =
         new SnippetStore(AppSupport::fileURL(QStringLiteral("snippets.json")));
     return *store;
 }
 
-QList<Snippet> SnippetStore::starters()
-{
+QList<Snippet> SnippetStore::starters() {
     return {
         Snippet{QUuid::createUuid(), QStringLiteral(";sig"),
                 QStringLiteral("Best regards,\nYour Name")},
@@ -29,20 +25,17 @@ QList<Snippet> SnippetStore::starters()
     };
 }
 
-void SnippetStore::setSnippets(const QList<Snippet>& snippets)
-{
+void SnippetStore::setSnippets(const QList<Snippet>& snippets) {
     m_snippets = snippets;
     Q_EMIT snippetsChanged();
     save();
 }
 
-void SnippetStore::save()
-{
+void SnippetStore::save() {
     JsonList::save(m_filePath, m_snippets);
 }
 
-SnippetStore::MergeResult SnippetStore::merge(const QList<Snippet>& imported)
-{
+SnippetStore::MergeResult SnippetStore::merge(const QList<Snippet>& imported) {
     QList<Snippet> merged = m_snippets;
     MergeResult result;
     for (const Snippet& incoming : imported) {

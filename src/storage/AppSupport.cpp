@@ -5,11 +5,11 @@
 
 namespace AppSupport {
 
-QString folder()
-{
+QString folder() {
     // GenericDataLocation rather than AppDataLocation: the latter would nest
     // the organisation and application names ("Wendle/Wendle").
-    const QStringList roots = QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation);
+    const QStringList roots =
+        QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation);
     if (roots.isEmpty())
         qFatal("No per-user data folder is known on this system");
     const QString path = QDir(roots.first()).filePath(QStringLiteral("Wendle"));
@@ -17,8 +17,7 @@ QString folder()
     return path;
 }
 
-QString fileURL(const QString& name)
-{
+QString fileURL(const QString& name) {
     return QDir(folder()).filePath(name);
 }
 

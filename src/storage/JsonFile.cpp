@@ -10,8 +10,7 @@
 
 namespace {
 
-void appendString(QByteArray& out, const QString& text)
-{
+void appendString(QByteArray& out, const QString& text) {
     out += '"';
     qsizetype plainStart = 0; // start of the run of characters written as they are
     auto flush = [&](qsizetype end) {
@@ -22,15 +21,32 @@ void appendString(QByteArray& out, const QString& text)
         const char16_t u = text.at(i).unicode();
         const char* escape = nullptr;
         switch (u) {
-        case u'"': escape = "\\\""; break;
-        case u'\\': escape = "\\\\"; break;
-        case u'/': escape = "\\/"; break;
-        case u'\n': escape = "\\n"; break;
-        case u'\r': escape = "\\r"; break;
-        case u'\t': escape = "\\t"; break;
-        case u'\b': escape = "\\b"; break;
-        case u'\f': escape = "\\f"; break;
-        default: break;
+        case u'"':
+            escape = "\\\"";
+            break;
+        case u'\\':
+            escape = "\\\\";
+            break;
+        case u'/':
+            escape = "\\/";
+            break;
+        case u'\n':
+            escape = "\\n";
+            break;
+        case u'\r':
+            escape = "\\r";
+            break;
+        case u'\t':
+            escape = "\\t";
+            break;
+        case u'\b':
+            escape = "\\b";
+            break;
+        case u'\f':
+            escape = "\\f";
+            break;
+        default:
+            break;
         }
         if (escape) {
             flush(i);
@@ -45,8 +61,7 @@ void appendString(QByteArray& out, const QString& text)
     out += '"';
 }
 
-void appendNumber(QByteArray& out, double value)
-{
+void appendNumber(QByteArray& out, double value) {
     if (std::isfinite(value) && value == std::floor(value) && std::abs(value) < 1e15)
         out += QByteArray::number(static_cast<qint64>(value));
     else
@@ -55,13 +70,11 @@ void appendNumber(QByteArray& out, double value)
 
 void appendValue(QByteArray& out, const QJsonValue& value, int depth);
 
-void indent(QByteArray& out, int depth)
-{
+void indent(QByteArray& out, int depth) {
     out += QByteArray(depth * 2, ' ');
 }
 
-void appendArray(QByteArray& out, const QJsonArray& array, int depth)
-{
+void appendArray(QByteArray& out, const QJsonArray& array, int depth) {
     if (array.isEmpty()) {
         out += "[]";
         return;
@@ -76,8 +89,7 @@ void appendArray(QByteArray& out, const QJsonArray& array, int depth)
     out += ']';
 }
 
-void appendObject(QByteArray& out, const QJsonObject& object, int depth)
-{
+void appendObject(QByteArray& out, const QJsonObject& object, int depth) {
     if (object.isEmpty()) {
         out += "{}";
         return;
@@ -96,16 +108,27 @@ void appendObject(QByteArray& out, const QJsonObject& object, int depth)
     out += '}';
 }
 
-void appendValue(QByteArray& out, const QJsonValue& value, int depth)
-{
+void appendValue(QByteArray& out, const QJsonValue& value, int depth) {
     switch (value.type()) {
     case QJsonValue::Null:
-    case QJsonValue::Undefined: out += "null"; break;
-    case QJsonValue::Bool: out += value.toBool() ? "true" : "false"; break;
-    case QJsonValue::Double: appendNumber(out, value.toDouble()); break;
-    case QJsonValue::String: appendString(out, value.toString()); break;
-    case QJsonValue::Array: appendArray(out, value.toArray(), depth); break;
-    case QJsonValue::Object: appendObject(out, value.toObject(), depth); break;
+    case QJsonValue::Undefined:
+        out += "null";
+        break;
+    case QJsonValue::Bool:
+        out += value.toBool() ? "true" : "false";
+        break;
+    case QJsonValue::Double:
+        appendNumber(out, value.toDouble());
+        break;
+    case QJsonValue::String:
+        appendString(out, value.toString());
+        break;
+    case QJsonValue::Array:
+        appendArray(out, value.toArray(), depth);
+        break;
+    case QJsonValue::Object:
+        appendObject(out, value.toObject(), depth);
+        break;
     }
 }
 
@@ -113,23 +136,20 @@ void appendValue(QByteArray& out, const QJsonValue& value, int depth)
 
 namespace JsonFile {
 
-QByteArray encode(const QJsonValue& value)
-{
+QByteArray encode(const QJsonValue& value) {
     QByteArray out;
     appendValue(out, value, 0);
     return out;
 }
 
-std::optional<QByteArray> read(const QString& path)
-{
+std::optional<QByteArray> read(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
     return file.readAll();
 }
 
-bool writeAtomically(const QString& path, const QByteArray& bytes)
-{
+bool writeAtomically(const QString& path, const QByteArray& bytes) {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return false;

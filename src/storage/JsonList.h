@@ -14,8 +14,7 @@
 namespace JsonList {
 
 template <typename T>
-std::optional<QList<T>> decode(const QByteArray& bytes)
-{
+std::optional<QList<T>> decode(const QByteArray& bytes) {
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError || !document.isArray())
@@ -33,8 +32,7 @@ std::optional<QList<T>> decode(const QByteArray& bytes)
 }
 
 template <typename T>
-QByteArray encode(const QList<T>& records)
-{
+QByteArray encode(const QList<T>& records) {
     QJsonArray array;
     for (const T& record : records)
         array.append(record.toJson());
@@ -43,8 +41,7 @@ QByteArray encode(const QList<T>& records)
 
 // The file's records, or nothing when it is missing, unreadable or invalid.
 template <typename T>
-std::optional<QList<T>> load(const QString& path)
-{
+std::optional<QList<T>> load(const QString& path) {
     const std::optional<QByteArray> bytes = JsonFile::read(path);
     if (!bytes)
         return std::nullopt;
@@ -54,8 +51,7 @@ std::optional<QList<T>> load(const QString& path)
 // Saves the records atomically; failures are ignored by design (the list in
 // memory stays authoritative for this run), but reported to the caller.
 template <typename T>
-bool save(const QString& path, const QList<T>& records)
-{
+bool save(const QString& path, const QList<T>& records) {
     return JsonFile::writeAtomically(path, encode(records));
 }
 

@@ -4,13 +4,11 @@
 
 namespace UuidText {
 
-QString format(const QUuid& id)
-{
+QString format(const QUuid& id) {
     return id.toString(QUuid::WithoutBraces).toUpper();
 }
 
-std::optional<QUuid> parse(const QString& text)
-{
+std::optional<QUuid> parse(const QString& text) {
     // QUuid::fromString would also take braces; the files never have them.
     if (text.size() != 36)
         return std::nullopt;

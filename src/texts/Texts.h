@@ -34,11 +34,11 @@ QString snippetsPermissionMessage();
 QString snippetsPermissionInformative();
 
 // Settings window.
-QString generalUsage();                          // "Press ⌃⌥Space in any app ..."
-QString storageNote(const QString& dataFolder);  // where actions and snippets live
+QString generalUsage();                         // "Press ⌃⌥Space in any app ..."
+QString storageNote(const QString& dataFolder); // where actions and snippets live
 QString accessibilityHelp();
 QString inputMonitoringHelp();
-QString apiKeyNote();     // where the API key is kept
+QString apiKeyNote();       // where the API key is kept
 QString modelPrivacyNote(); // "Nothing leaves your Mac except requests ..."
 
 } // namespace Texts

@@ -8,21 +8,18 @@
 
 namespace {
 
-QByteArray readFile(const QString& path)
-{
+QByteArray readFile(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-void writeFile(const QString& path, const QByteArray& bytes)
-{
+void writeFile(const QString& path, const QByteArray& bytes) {
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(bytes);
 }
 
-QByteArray element(const char* id, const char* kind)
-{
+QByteArray element(const char* id, const char* kind) {
     return QByteArray("{\"id\":\"") + id + "\",\"name\":\"n\",\"instruction\":\"i\",\"kind\":\"" +
            kind + "\"}";
 }
@@ -38,27 +35,24 @@ private:
 private Q_SLOTS:
     void init() { QFile::remove(path()); }
 
-    void noFileGivesTheBuiltInsAndWritesNothing()
-    {
+    void noFileGivesTheBuiltInsAndWritesNothing() {
         ActionStore store(path());
         QCOMPARE(store.actions(), WendleAction::defaults());
         QVERIFY(!QFile::exists(path()));
     }
 
-    void emptyArrayIsKeptAsItIs()
-    {
+    void emptyArrayIsKeptAsItIs() {
         writeFile(path(), "[]");
         ActionStore store(path());
         QVERIFY(store.actions().isEmpty());
         QCOMPARE(readFile(path()), QByteArray("[]"));
     }
 
-    void oneInvalidElementDiscardsTheFileUntilTheFirstChange()
-    {
+    void oneInvalidElementDiscardsTheFileUntilTheFirstChange() {
         const QByteArray content = "[" + element("11111111-1111-1111-1111-111111111111", "plain") +
                                    "," + element("22222222-2222-2222-2222-222222222222", "tone") +
-                                   "," + element("33333333-3333-3333-3333-333333333333", "summary") +
-                                   "]";
+                                   "," +
+                                   element("33333333-3333-3333-3333-333333333333", "summary") + "]";
         writeFile(path(), content);
         ActionStore store(path());
         QCOMPARE(store.actions(), WendleAction::defaults());
@@ -72,16 +66,14 @@ private Q_SLOTS:
         QCOMPARE(reread.actions().size(), 7);
     }
 
-    void notJsonGivesTheBuiltIns()
-    {
+    void notJsonGivesTheBuiltIns() {
         writeFile(path(), "{ not json");
         QCOMPARE(ActionStore(path()).actions(), WendleAction::defaults());
         writeFile(path(), "{\"a\":1}");
         QCOMPARE(ActionStore(path()).actions(), WendleAction::defaults());
     }
 
-    void everyAssignmentNotifiesAndSaves()
-    {
+    void everyAssignmentNotifiesAndSaves() {
         ActionStore store(path());
         QSignalSpy changed(&store, &ActionStore::actionsChanged);
         store.setActions(store.actions());
@@ -90,8 +82,7 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(path()));
     }
 
-    void resetTwiceGivesTheSameIds()
-    {
+    void resetTwiceGivesTheSameIds() {
         ActionStore store(path());
         store.setActions(WendleAction::defaults());
         const QUuid first = ActionStore(path()).actions().first().id;
@@ -100,26 +91,25 @@ private Q_SLOTS:
         QCOMPARE(ActionStore(path()).actions().first().id, first);
     }
 
-    void slashesAreEscapedAndReadBackUnchanged()
-    {
+    void slashesAreEscapedAndReadBackUnchanged() {
         ActionStore store(path());
         const WendleAction action{
             QUuid::fromString(QStringLiteral("7D1F3C7E-2A4B-4F0E-8B53-5C1E0A9D6B21")),
             QStringLiteral("Shorten"), QStringLiteral("a/b"), WendleAction::Kind::plain};
         store.setActions({action});
-        QCOMPARE(readFile(path()), QByteArray("[\n"
-                                              "  {\n"
-                                              "    \"id\" : \"7D1F3C7E-2A4B-4F0E-8B53-5C1E0A9D6B21\",\n"
-                                              "    \"instruction\" : \"a\\/b\",\n"
-                                              "    \"kind\" : \"plain\",\n"
-                                              "    \"name\" : \"Shorten\"\n"
-                                              "  }\n"
-                                              "]"));
+        QCOMPARE(readFile(path()),
+                 QByteArray("[\n"
+                            "  {\n"
+                            "    \"id\" : \"7D1F3C7E-2A4B-4F0E-8B53-5C1E0A9D6B21\",\n"
+                            "    \"instruction\" : \"a\\/b\",\n"
+                            "    \"kind\" : \"plain\",\n"
+                            "    \"name\" : \"Shorten\"\n"
+                            "  }\n"
+                            "]"));
         QCOMPARE(ActionStore(path()).actions(), QList<WendleAction>{action});
     }
 
-    void anUnwritableFileKeepsTheListInMemory()
-    {
+    void anUnwritableFileKeepsTheListInMemory() {
         QTemporaryDir dir;
         const QString blocked = dir.filePath(QStringLiteral("sub/actions.json")); // no such folder
         ActionStore store(blocked);
@@ -128,8 +118,7 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(blocked));
     }
 
-    void sharedStoreLivesInTheDataFolder()
-    {
+    void sharedStoreLivesInTheDataFolder() {
         QCOMPARE(ActionStore::shared().filePath(),
                  AppSupport::fileURL(QStringLiteral("actions.json")));
         QCOMPARE(ActionStore::shared().actions(), WendleAction::defaults());

@@ -12,8 +12,7 @@ private:
     QTemporaryDir m_dir;
     std::unique_ptr<QSettings> m_store;
 
-    QSettings& freshStore()
-    {
+    QSettings& freshStore() {
         m_store = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("Wendle.conf")),
                                               QSettings::IniFormat);
         m_store->clear();
@@ -21,8 +20,7 @@ private:
     }
 
 private Q_SLOTS:
-    void absentKeysTakeTheDefaults()
-    {
+    void absentKeysTakeTheDefaults() {
         AppSettings settings(freshStore());
         QCOMPARE(settings.provider(), Provider::ollama);
         QCOMPARE(settings.ollamaURL(), QStringLiteral("http://localhost:11434"));
@@ -35,8 +33,7 @@ private Q_SLOTS:
         QVERIFY(!settings.snippetsEnabled());
     }
 
-    void unknownProviderLoadsAsOllama()
-    {
+    void unknownProviderLoadsAsOllama() {
         QSettings& store = freshStore();
         store.setValue(QStringLiteral("provider"), QStringLiteral("OpenAI"));
         QCOMPARE(AppSettings(store).provider(), Provider::ollama);
@@ -46,8 +43,7 @@ private Q_SLOTS:
         QCOMPARE(AppSettings(store).provider(), Provider::lmstudio);
     }
 
-    void switchingTheProviderTouchesNoModelOrURL()
-    {
+    void switchingTheProviderTouchesNoModelOrURL() {
         AppSettings settings(freshStore());
         settings.setOllamaModel(QStringLiteral("llama3.2"));
         settings.setLmStudioModel(QStringLiteral("qwen"));
@@ -58,8 +54,7 @@ private Q_SLOTS:
         QCOMPARE(settings.ollamaURL(), QStringLiteral(" localhost:11434/ ")); // stored as typed
     }
 
-    void currentModelWritesOnlyTheCurrentProvidersField()
-    {
+    void currentModelWritesOnlyTheCurrentProvidersField() {
         QSettings& store = freshStore();
         AppSettings settings(store);
         settings.setProvider(Provider::custom);
@@ -71,8 +66,7 @@ private Q_SLOTS:
         QVERIFY(settings.ollamaModel().isEmpty());
     }
 
-    void everyAssignmentIsWrittenThroughAndNotified()
-    {
+    void everyAssignmentIsWrittenThroughAndNotified() {
         QSettings& store = freshStore();
         AppSettings settings(store);
         QSignalSpy provider(&settings, &AppSettings::providerChanged);
@@ -96,8 +90,7 @@ private Q_SLOTS:
         QCOMPARE(reloaded.provider(), Provider::custom);
     }
 
-    void serverSnapshotFollowsTheSettings()
-    {
+    void serverSnapshotFollowsTheSettings() {
         AppSettings settings(freshStore());
         settings.setProvider(Provider::lmstudio);
         settings.setLmStudioURL(QStringLiteral("http://127.0.0.1:1234/v1"));
@@ -107,8 +100,7 @@ private Q_SLOTS:
         QCOMPARE(server.lmStudioURL, settings.lmStudioURL());
     }
 
-    void providerNamesAndOrder()
-    {
+    void providerNamesAndOrder() {
         QCOMPARE(Providers::allCases(),
                  (QList<Provider>{Provider::ollama, Provider::lmstudio, Provider::custom}));
         QCOMPARE(Providers::displayName(Provider::custom),
@@ -117,8 +109,7 @@ private Q_SLOTS:
         QCOMPARE(Providers::rawValue(Provider::lmstudio), QStringLiteral("lmstudio"));
     }
 
-    void sharedSettingsLiveInTheUsersConfigFolder()
-    {
+    void sharedSettingsLiveInTheUsersConfigFolder() {
         Preferences::applyIdentity();
         QCOMPARE(Preferences::shared().fileName(),
                  QDir(qEnvironmentVariable("XDG_CONFIG_HOME")).filePath("Wendle/Wendle.conf"));

@@ -9,17 +9,14 @@ namespace {
 
 // What `secret-tool` finds under the attributes QtKeychain writes; null when
 // there is no item.
-QByteArray lookup()
-{
+QByteArray lookup() {
     QProcess tool;
-    tool.start(QStringLiteral("secret-tool"),
-               {"lookup", "server", "Wendle", "user", "api-key"});
+    tool.start(QStringLiteral("secret-tool"), {"lookup", "server", "Wendle", "user", "api-key"});
     tool.waitForFinished(10000);
     return tool.exitCode() == 0 ? tool.readAllStandardOutput() : QByteArray();
 }
 
-void storeWithSecretTool(const QByteArray& secret)
-{
+void storeWithSecretTool(const QByteArray& secret) {
     QProcess tool;
     tool.start(QStringLiteral("secret-tool"),
                {"store", "--label=Wendle", "server", "Wendle", "user", "api-key"});
@@ -38,21 +35,18 @@ private Q_SLOTS:
 
     void noKeyReadsAsEmpty() { QCOMPARE(QCoro::waitFor(Keychain::get()), QString()); }
 
-    void storesTheKeyAsUtf8Text()
-    {
+    void storesTheKeyAsUtf8Text() {
         QCoro::waitFor(Keychain::set(QStringLiteral("sk-tëst-1")));
         QCOMPARE(QCoro::waitFor(Keychain::get()), QStringLiteral("sk-tëst-1"));
         QCOMPARE(lookup(), QStringLiteral("sk-tëst-1").toUtf8());
     }
 
-    void keepsSurroundingWhiteSpace()
-    {
+    void keepsSurroundingWhiteSpace() {
         QCoro::waitFor(Keychain::set(QStringLiteral("  sk-key \n")));
         QCOMPARE(QCoro::waitFor(Keychain::get()), QStringLiteral("  sk-key \n"));
     }
 
-    void emptyValueRemovesTheKey()
-    {
+    void emptyValueRemovesTheKey() {
         QCoro::waitFor(Keychain::set(QStringLiteral("sk-gone")));
         QVERIFY(!lookup().isEmpty());
         QCoro::waitFor(Keychain::set(QString()));
@@ -60,16 +54,14 @@ private Q_SLOTS:
         QVERIFY(lookup().isNull());
     }
 
-    void replacesAnExistingKey()
-    {
+    void replacesAnExistingKey() {
         storeWithSecretTool("old-key");
         QCoro::waitFor(Keychain::set(QStringLiteral("new-key")));
         QCOMPARE(lookup(), QByteArray("new-key"));
         QCOMPARE(QCoro::waitFor(Keychain::get()), QStringLiteral("new-key"));
     }
 
-    void quickSuccessiveEditsEndWithTheLast()
-    {
+    void quickSuccessiveEditsEndWithTheLast() {
         // As when the user types into the key field: every edit is written,
         // none awaited.
         for (const char* typed : {"s", "sk", "sk-", "sk-a", "sk-ab"})
@@ -78,16 +70,14 @@ private Q_SLOTS:
         QCOMPARE(QCoro::waitFor(Keychain::get()), QStringLiteral("sk-abc"));
     }
 
-    void clearingRightAfterTypingLeavesNoKey()
-    {
+    void clearingRightAfterTypingLeavesNoKey() {
         Keychain::set(QStringLiteral("sk-typed"));
         QCoro::waitFor(Keychain::set(QString()));
         QCOMPARE(QCoro::waitFor(Keychain::get()), QString());
         QVERIFY(lookup().isNull());
     }
 
-    void invalidUtf8ReadsAsEmpty()
-    {
+    void invalidUtf8ReadsAsEmpty() {
         storeWithSecretTool("\xff\xfe\xfd");
         QCOMPARE(QCoro::waitFor(Keychain::get()), QString());
     }

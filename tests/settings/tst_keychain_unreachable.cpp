@@ -15,8 +15,7 @@ private:
     QProcess m_silent;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
+    void initTestCase() {
         Keychain::setTimeout(std::chrono::milliseconds(400));
         if (!qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS"))
             return; // no bus at all: nothing to start
@@ -26,14 +25,12 @@ private Q_SLOTS:
         QCOMPARE(m_silent.readLine().trimmed(), QByteArray("ready"));
     }
 
-    void cleanupTestCase()
-    {
+    void cleanupTestCase() {
         m_silent.kill();
         m_silent.waitForFinished();
     }
 
-    void getReadsAsEmpty()
-    {
+    void getReadsAsEmpty() {
         QElapsedTimer clock;
         clock.start();
         QCOMPARE(QCoro::waitFor(Keychain::get()), QString());
@@ -41,8 +38,7 @@ private Q_SLOTS:
         QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
     }
 
-    void setGivesUpQuietly()
-    {
+    void setGivesUpQuietly() {
         QElapsedTimer clock;
         clock.start();
         QCoro::waitFor(Keychain::set(QStringLiteral("sk-unsaved")));

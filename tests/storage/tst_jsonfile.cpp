@@ -13,8 +13,7 @@
 class TestJsonFile : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void writesTheLayoutByteForByte()
-    {
+    void writesTheLayoutByteForByte() {
         const QJsonArray value{QJsonObject{
             {QStringLiteral("name"), QStringLiteral("Shorten")},
             {QStringLiteral("id"), QStringLiteral("7D1F3C7E-2A4B-4F0E-8B53-5C1E0A9D6B21")},
@@ -32,22 +31,19 @@ private Q_SLOTS:
                             "]"));
     }
 
-    void escapesControlCharactersAndKeepsUnicodeAsUtf8()
-    {
+    void escapesControlCharactersAndKeepsUnicodeAsUtf8() {
         const QString text = QStringLiteral("line\nnext\t\"q\" \\ \x01 é 😀");
         QCOMPARE(JsonFile::encode(QJsonArray{text}),
                  QByteArray("[\n  \"line\\nnext\\t\\\"q\\\" \\\\ \\u0001 ") + "é 😀" +
                      QByteArray("\"\n]"));
     }
 
-    void writesEmptyContainersOnOneLine()
-    {
+    void writesEmptyContainersOnOneLine() {
         QCOMPARE(JsonFile::encode(QJsonArray{}), QByteArray("[]"));
         QCOMPARE(JsonFile::encode(QJsonArray{QJsonObject{}}), QByteArray("[\n  {}\n]"));
     }
 
-    void encodedTextReadsBackUnchanged()
-    {
+    void encodedTextReadsBackUnchanged() {
         const QJsonObject object{{QStringLiteral("k"), QStringLiteral("a/b\\c\r\n\"😀\" \x1f")},
                                  {QStringLiteral("n"), 3},
                                  {QStringLiteral("t"), true}};
@@ -55,8 +51,7 @@ private Q_SLOTS:
         QCOMPARE(back.object(), object);
     }
 
-    void replacesFilesAtomically()
-    {
+    void replacesFilesAtomically() {
         QTemporaryDir dir;
         const QString path = dir.filePath(QStringLiteral("data.json"));
         QVERIFY(JsonFile::writeAtomically(path, "first"));
@@ -67,8 +62,7 @@ private Q_SLOTS:
                  QStringList{QStringLiteral("data.json")});
     }
 
-    void failedWriteLeavesTheFileAlone()
-    {
+    void failedWriteLeavesTheFileAlone() {
         QTemporaryDir dir;
         const QString path = dir.filePath(QStringLiteral("data.json"));
         QVERIFY(JsonFile::writeAtomically(path, "kept"));
@@ -80,14 +74,12 @@ private Q_SLOTS:
         QCOMPARE(JsonFile::read(path).value(), QByteArray("kept"));
     }
 
-    void missingFileReadsAsNothing()
-    {
+    void missingFileReadsAsNothing() {
         QTemporaryDir dir;
         QVERIFY(!JsonFile::read(dir.filePath(QStringLiteral("none.json"))).has_value());
     }
 
-    void uuidsAreUpperCaseAndStrict()
-    {
+    void uuidsAreUpperCaseAndStrict() {
         const QUuid id = QUuid::fromString(QStringLiteral("0e4c7a4b-3b2f-4c52-9e59-9d4a7f1f2c11"));
         QCOMPARE(UuidText::format(id), QStringLiteral("0E4C7A4B-3B2F-4C52-9E59-9D4A7F1F2C11"));
         QCOMPARE(UuidText::parse(QStringLiteral("0e4c7a4b-3b2f-4c52-9e59-9d4a7f1f2c11")), id);
@@ -98,8 +90,7 @@ private Q_SLOTS:
         QVERIFY(!UuidText::parse(QStringLiteral("0E4C7A4B3B2F-4C52-9E59-9D4A7F1F2C11-")));
     }
 
-    void dataFolderIsCreatedUnderTheUsersDataHome()
-    {
+    void dataFolderIsCreatedUnderTheUsersDataHome() {
         const QString expected = QDir(qEnvironmentVariable("XDG_DATA_HOME")).filePath("Wendle");
         QVERIFY(!QDir(expected).exists());
         QCOMPARE(AppSupport::fileURL(QStringLiteral("actions.json")),

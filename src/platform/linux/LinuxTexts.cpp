@@ -4,55 +4,45 @@
 // pages, and keeps secrets in the desktop's keyring.
 namespace Texts {
 
-QString hotKey()
-{
+QString hotKey() {
     return QStringLiteral("Ctrl+Alt+Space");
 }
 
-QString menuOpenPalette()
-{
+QString menuOpenPalette() {
     return QStringLiteral("Wendle Selection (Ctrl+Alt+Space)");
 }
 
-QString paletteEmptyHint()
-{
+QString paletteEmptyHint() {
     return QStringLiteral("Select some text in any app, then press Ctrl+Alt+Space.");
 }
 
-QString paletteResultHint()
-{
+QString paletteResultHint() {
     return QStringLiteral("⏎ replace   Ctrl+C copy   Ctrl+R retry   ⌫ back   esc close");
 }
 
-QString retryButton()
-{
+QString retryButton() {
     return QStringLiteral("Retry Ctrl+R");
 }
 
-QString copyButton()
-{
+QString copyButton() {
     return QStringLiteral("Copy Ctrl+C");
 }
 
-QString hotKeyFailedMessage()
-{
+QString hotKeyFailedMessage() {
     return QStringLiteral("Couldn't register the hotkey");
 }
 
-QString hotKeyFailedInformative()
-{
+QString hotKeyFailedInformative() {
     return QStringLiteral("Ctrl+Alt+Space is probably used by another app. You can still open "
                           "Wendle from its tray icon, or bind the command \"wendle toggle\" to a "
                           "shortcut of your choice in your desktop's keyboard settings.");
 }
 
-QString accessibilityExplainerMessage()
-{
+QString accessibilityExplainerMessage() {
     return QStringLiteral("Wendle needs Accessibility access");
 }
 
-QString accessibilityExplainerInformative()
-{
+QString accessibilityExplainerInformative() {
     return QStringLiteral(
         "To work on the text you have selected, Wendle copies it and pastes the result back by "
         "sending Ctrl+C and Ctrl+V keystrokes. Your desktop only allows this when Wendle may "
@@ -62,23 +52,19 @@ QString accessibilityExplainerInformative()
         "Nothing leaves this computer except requests to the model server you choose.");
 }
 
-QString openSystemSettings()
-{
+QString openSystemSettings() {
     return QStringLiteral("Open Settings");
 }
 
-QString notNow()
-{
+QString notNow() {
     return QStringLiteral("Not Now");
 }
 
-QString snippetsPermissionMessage()
-{
+QString snippetsPermissionMessage() {
     return QStringLiteral("Snippets need Input Monitoring");
 }
 
-QString snippetsPermissionInformative()
-{
+QString snippetsPermissionInformative() {
     return QStringLiteral(
         "To notice when you type an abbreviation such as ;sig, Wendle watches your keystrokes "
         "system-wide. Your desktop only allows this with the Input Monitoring permission.\n\n"
@@ -88,38 +74,32 @@ QString snippetsPermissionInformative()
         "replacement for you.");
 }
 
-QString generalUsage()
-{
+QString generalUsage() {
     return QStringLiteral(
         "Press Ctrl+Alt+Space in any app to open Wendle next to your mouse cursor.");
 }
 
-QString storageNote(const QString& dataFolder)
-{
+QString storageNote(const QString& dataFolder) {
     return QStringLiteral("Your actions and snippets are stored as JSON in %1. Nothing leaves "
                           "this computer except requests to the model server you choose.")
         .arg(dataFolder);
 }
 
-QString accessibilityHelp()
-{
+QString accessibilityHelp() {
     return QStringLiteral("Lets Wendle copy your selection and paste results back. X11 needs no "
                           "permission for this.");
 }
 
-QString inputMonitoringHelp()
-{
+QString inputMonitoringHelp() {
     return QStringLiteral("Only needed for snippet expansion. X11 needs no permission for this.");
 }
 
-QString apiKeyNote()
-{
+QString apiKeyNote() {
     return QStringLiteral(
         "The key is stored in your system keyring and only sent to the server above.");
 }
 
-QString modelPrivacyNote()
-{
+QString modelPrivacyNote() {
     return QStringLiteral(
         "Nothing leaves this computer except requests to the model server you choose here.");
 }

@@ -16,8 +16,7 @@ public:
     bool available = true; // false: another program holds the shortcut
     int registrations = 0;
 
-    bool registerHotKey() override
-    {
+    bool registerHotKey() override {
         ++registrations;
         return available;
     }
@@ -37,12 +36,10 @@ public:
     // receives it (for example put the "selection" on the clipboard).
     std::function<void(Shortcut)> onShortcut;
 
-    void send(Qt::Key key, Qt::KeyboardModifiers modifiers) override
-    {
+    void send(Qt::Key key, Qt::KeyboardModifiers modifiers) override {
         sent.append({key, modifiers});
     }
-    void sendShortcut(Shortcut shortcut) override
-    {
+    void sendShortcut(Shortcut shortcut) override {
         shortcuts.append(shortcut);
         if (onShortcut)
             onShortcut(shortcut);
@@ -56,14 +53,12 @@ public:
     int starts = 0;
     int stops = 0;
 
-    bool start() override
-    {
+    bool start() override {
         ++starts;
         watching = allowed;
         return allowed;
     }
-    void stop() override
-    {
+    void stop() override {
         ++stops;
         watching = false;
     }
@@ -71,8 +66,7 @@ public:
 
     void type(const KeyStroke& stroke) { Q_EMIT keyPressed(stroke); }
     // Types each character of `text` as a plain key press.
-    void typeText(const QString& text)
-    {
+    void typeText(const QString& text) {
         for (const QChar c : text)
             type(KeyStroke{KeyStroke::KeyClass::other, {}, QString(c), false});
     }
@@ -84,8 +78,7 @@ public:
     QList<WindowHandle> activated;
 
     WindowHandle current() override { return front; }
-    void activate(const WindowHandle& window) override
-    {
+    void activate(const WindowHandle& window) override {
         activated.append(window);
         front = window;
     }
@@ -97,8 +90,7 @@ public:
     QList<bool> held{false};
     int reads = 0;
 
-    bool controlOrOptionHeld() override
-    {
+    bool controlOrOptionHeld() override {
         const bool answer = held.at(qMin<qsizetype>(reads, held.size() - 1));
         ++reads;
         return answer;
@@ -112,24 +104,20 @@ public:
     int snapshots = 0;
     int restores = 0;
 
-    ClipboardSnapshot snapshot() override
-    {
+    ClipboardSnapshot snapshot() override {
         ++snapshots;
         return content;
     }
-    void restore(const ClipboardSnapshot& snapshot) override
-    {
+    void restore(const ClipboardSnapshot& snapshot) override {
         ++restores;
         content = snapshot;
         ++changes;
     }
-    void setText(const QString& text) override
-    {
+    void setText(const QString& text) override {
         content = textSnapshot(text);
         ++changes;
     }
-    QString text() override
-    {
+    QString text() override {
         for (const auto& item : content.items) {
             for (const auto& [type, bytes] : item) {
                 if (type == QStringLiteral("text/plain"))
@@ -140,8 +128,7 @@ public:
     }
     quint64 changeCount() override { return changes; }
 
-    static ClipboardSnapshot textSnapshot(const QString& text)
-    {
+    static ClipboardSnapshot textSnapshot(const QString& text) {
         return ClipboardSnapshot{{{{QStringLiteral("text/plain"), text.toUtf8()}}}};
     }
 };
