@@ -22,4 +22,4 @@ constexpr int interrupted = 130; // Ctrl+C, as a shell reports a SIGINT
 
 // Every subcommand, in the order `wendle --help` lists them. Adding one is a
 // file that defines `const Command <name>Command` and its name on this line.
-#define WENDLE_COMMANDS(X) X(run) X(models) X(actions)
+#define WENDLE_COMMANDS(X) X(run) X(models) X(actions) X(toggle)

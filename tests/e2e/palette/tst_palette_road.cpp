@@ -354,6 +354,23 @@ private Q_SLOTS:
         QCOMPARE(palette().value("selectedText").toString(), QStringLiteral("Second instance."));
         QCOMPARE(m_wendle->state(), QProcess::Running);
     }
+
+    void wendleToggleClosesAndOpensThePalette() {
+        auto target = editor(QStringLiteral("Bound to a shortcut."), true);
+        QVERIFY(target);
+        QVERIFY(desktop().mouseMove(300, 200));
+        const auto toggle = [this] {
+            QProcess* command =
+                desktop().start(QStringLiteral(WENDLE_PROGRAM), {QStringLiteral("toggle")});
+            return command && command->waitForFinished(5000) && command->exitCode() == 0;
+        };
+        QVERIFY(toggle());
+        QVERIFY(DesktopSession::waitUntil(&paletteVisible));
+        QCOMPARE(palette().value("selectedText").toString(),
+                 QStringLiteral("Bound to a shortcut."));
+        QVERIFY(toggle());
+        QVERIFY(DesktopSession::waitUntil([] { return !paletteVisible(); }));
+    }
 };
 
 WENDLE_DESKTOP_TEST_MAIN(TestPaletteRoad,
