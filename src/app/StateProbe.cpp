@@ -3,6 +3,7 @@
 #include "hotkey/HotKey.h"
 #include "palette/PaletteController.h"
 #include "palette/PalettePanel.h"
+#include "settingswindow/SettingsProbe.h"
 #include "snippets/SnippetEngine.h"
 
 #include <QApplication>
@@ -72,6 +73,7 @@ QByteArray state() {
         {QStringLiteral("hotKeyRegistered"), HotKey::shared().isRegistered()},
         {QStringLiteral("trayAvailable"), QSystemTrayIcon::isSystemTrayAvailable()},
         {QStringLiteral("snippetsRunning"), SnippetEngine::shared().isRunning()},
+        {QStringLiteral("settings"), SettingsProbe::state()},
     };
     return QJsonDocument(all).toJson(QJsonDocument::Compact);
 }
