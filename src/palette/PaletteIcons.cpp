@@ -4,9 +4,22 @@
 #include <QIcon>
 #include <QPainter>
 
+// Outside any namespace, as Qt's macro requires.
+static void initialiseResources() {
+    Q_INIT_RESOURCE(wendle);
+}
+
 namespace PaletteIcons {
 
 namespace {
+
+void ensureResources() {
+    static const bool done = [] {
+        initialiseResources();
+        return true;
+    }();
+    Q_UNUSED(done);
+}
 
 // Freedesktop names that show the same idea, tried in order.
 const QHash<QString, QStringList>& themeNames() {
@@ -22,6 +35,7 @@ const QHash<QString, QStringList>& themeNames() {
 }
 
 QIcon iconFor(const QString& name) {
+    ensureResources();
     for (const QString& themeName : themeNames().value(name)) {
         if (QIcon::hasThemeIcon(themeName))
             return QIcon::fromTheme(themeName);
@@ -48,6 +62,7 @@ QPixmap symbol(const QString& name, int size, const QColor& colour, qreal device
 }
 
 QString appIconPath() {
+    ensureResources();
     return QStringLiteral(":/wendle.svg");
 }
 
