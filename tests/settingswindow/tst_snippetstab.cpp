@@ -1,16 +1,13 @@
-#include "SettingsFixture.h"
+#include "SnippetsTabHarness.h"
 #include "settingswindow/SnippetEditor.h"
 #include "settingswindow/SnippetFilter.h"
 #include "settingswindow/SnippetListModel.h"
 #include "settingswindow/SnippetRowDelegate.h"
 #include "settingswindow/SnippetStatusView.h"
-#include "settingswindow/SnippetTransfer.h"
 #include "settingswindow/SnippetsTab.h"
 #include "settingswindow/ToggleSwitch.h"
 #include "storage/JsonList.h"
 
-#include <QDialogButtonBox>
-#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -40,19 +37,18 @@ QStringList abbreviations(const QList<Snippet>& snippets) {
     return result;
 }
 
-bool writeFile(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
 } // namespace
 
-class TestSnippetsTab : public QObject {
+// The Snippets tab: search, list, editor, warnings, and the expansion switch.
+class TestSnippetsTab : public SnippetsTabHarness {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init() {
+        setUpTab();
+        QCOMPARE(abbreviations(m_fixture->snippets.snippets()), (QStringList{";sig", ";addr"}));
+    }
+    void cleanup() { tearDownTab(); }
 
     void searchIgnoresCase();
     void searchOfOnlySpacesShowsAll();
@@ -63,81 +59,11 @@ private Q_SLOTS:
     void everyKeystrokeIsSaved();
     void deleteNeedsASelectionAndShowsThePlaceholder();
     void editingADeletedSnippetWritesNothing();
-    void importingTheExportedFileUpdatesEverySnippet();
-    void importMergesNewAndExisting();
-    void importingAnObjectFailsAndChangesNothing();
-    void cancellingKeepsTheMessage();
-    void exportFailureSaysWhy();
     void switchWithPermissionIsActive();
     void switchCancelledStaysOff();
     void switchWithoutPermissionWaitsUntilGranted();
     void noSettingsButtonWithoutSettingsPages();
-
-private:
-    void makeTab(PermissionService* permissions = nullptr);
-    template <typename T>
-    T* child(const char* name) const {
-        return m_tab->findChild<T*>(QLatin1String(name));
-    }
-    QStringList listed() const;
-    void selectRow(int row);
-    // Answers the open file dialog with `path` as a person would: types it
-    // into the name field and presses Return.
-    bool answerDialog(const QString& path);
-
-    std::unique_ptr<SettingsFixture> m_fixture;
-    std::unique_ptr<SnippetsTab> m_tab;
 };
-
-void TestSnippetsTab::init() {
-    m_fixture = std::make_unique<SettingsFixture>();
-    QCOMPARE(abbreviations(m_fixture->snippets.snippets()), (QStringList{";sig", ";addr"}));
-    makeTab();
-}
-
-void TestSnippetsTab::cleanup() {
-    m_tab.reset();
-    m_fixture.reset();
-}
-
-void TestSnippetsTab::makeTab(PermissionService* permissions) {
-    m_tab = std::make_unique<SnippetsTab>(
-        m_fixture->snippets, m_fixture->settings, m_fixture->engine,
-        permissions ? *permissions : m_fixture->platform.permissionsFake);
-    m_tab->resize(660, 460);
-    m_tab->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_tab.get()));
-}
-
-QStringList TestSnippetsTab::listed() const {
-    QStringList rows;
-    QAbstractItemModel* model = child<QListView>("snippets")->model();
-    for (int row = 0; row < model->rowCount(); ++row)
-        rows.append(model->index(row, 0).data().toString());
-    return rows;
-}
-
-void TestSnippetsTab::selectRow(int row) {
-    auto* list = child<QListView>("snippets");
-    const QRect rect = list->visualRect(list->model()->index(row, 0));
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
-}
-
-bool TestSnippetsTab::answerDialog(const QString& path) {
-    QFileDialog* dialog = m_tab->fileDialog();
-    if (!dialog || !QTest::qWaitForWindowExposed(dialog))
-        return false;
-    auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-    if (!name)
-        return false;
-    name->selectAll();
-    QTest::keyClicks(name, path);
-    QTest::keyClick(name, Qt::Key_Return);
-    QDeadlineTimer deadline(5s);
-    while (m_tab->fileDialog() && !deadline.hasExpired())
-        QTest::qWait(10);
-    return !m_tab->fileDialog();
-}
 
 void TestSnippetsTab::searchIgnoresCase() {
     auto* search = child<QLineEdit>("search");
@@ -292,97 +218,6 @@ void TestSnippetsTab::editingADeletedSnippetWritesNothing() {
     QTest::keyClicks(abbreviation, QStringLiteral("zz"));
     QCOMPARE(abbreviations(m_fixture->snippets.snippets()), QStringList{";addr"});
     QCOMPARE(*m_fixture->snippetsFile(), file);
-}
-
-void TestSnippetsTab::importingTheExportedFileUpdatesEverySnippet() {
-    const QString path = m_fixture->folder.filePath(QStringLiteral("out/exported.json"));
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QTest::keyClicks(child<QLineEdit>("search"), QStringLiteral("sig")); // exports all anyway
-    QTest::mouseClick(child<QPushButton>("export"), Qt::LeftButton);
-    QCOMPARE(child<QPushButton>("export")->text(), QStringLiteral("Export\u2026"));
-    QFileDialog* dialog = m_tab->fileDialog();
-    QVERIFY(dialog);
-    QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptSave);
-    QCOMPARE(dialog->nameFilters(), QStringList{"JSON (*.json)"});
-    QCOMPARE(dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->text(),
-             QStringLiteral("snippets.json"));
-    QVERIFY(answerDialog(path));
-    QCOMPARE(m_tab->message(), QStringLiteral("Exported 2 snippet(s)."));
-    auto* message = child<QLabel>("message");
-    QVERIFY(message->isVisible());
-    QCOMPARE(message->text(), m_tab->message());
-    const auto exported = SettingsFixture::read(path);
-    QVERIFY(exported);
-    QCOMPARE(*exported, JsonList::encode(m_fixture->snippets.snippets())); // the file format
-    QVERIFY(exported->contains("\"abbreviation\" : \";sig\""));
-
-    const QList<Snippet> before = m_fixture->snippets.snippets();
-    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
-    QCOMPARE(m_tab->fileDialog()->acceptMode(), QFileDialog::AcceptOpen);
-    QCOMPARE(m_tab->fileDialog()->fileMode(), QFileDialog::ExistingFile);
-    QVERIFY(answerDialog(path));
-    QCOMPARE(m_tab->message(), QStringLiteral("Imported 0 new and updated 2 existing snippet(s)."));
-    QCOMPARE(m_fixture->snippets.snippets(), before);
-}
-
-void TestSnippetsTab::importMergesNewAndExisting() {
-    selectRow(0);
-    const QString path = m_fixture->folder.filePath(QStringLiteral("in.json"));
-    QVERIFY(writeFile(path, R"([{"abbreviation": ";sig", "expansion": "Cheers"},
-                               {"abbreviation": ";tel", "expansion": "555", "id": "nonsense"}])"));
-    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
-    QVERIFY(answerDialog(path));
-    QCOMPARE(m_tab->message(), QStringLiteral("Imported 1 new and updated 1 existing snippet(s)."));
-    QCOMPARE(abbreviations(m_fixture->snippets.snippets()), (QStringList{";sig", ";addr", ";tel"}));
-    QCOMPARE(listed(), (QStringList{";sig", ";addr", ";tel"}));
-    // The editor shows the imported expansion of the selected snippet.
-    QCOMPARE(child<QPlainTextEdit>("expansion")->toPlainText(), QStringLiteral("Cheers"));
-    QCOMPARE(JsonList::decode<Snippet>(*m_fixture->snippetsFile())->at(0).expansion,
-             QStringLiteral("Cheers"));
-}
-
-void TestSnippetsTab::importingAnObjectFailsAndChangesNothing() {
-    m_fixture->snippets.save();
-    const QByteArray file = *m_fixture->snippetsFile();
-    const QList<Snippet> before = m_fixture->snippets.snippets();
-    const QString path = m_fixture->folder.filePath(QStringLiteral("object.json"));
-    QVERIFY(writeFile(path, R"({"abbreviation": ";x", "expansion": "y"})"));
-    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
-    QVERIFY(answerDialog(path));
-    QCOMPARE(m_tab->message(),
-             QStringLiteral("Import failed: the file is not a valid snippets JSON list."));
-    QCOMPARE(m_fixture->snippets.snippets(), before);
-    QCOMPARE(*m_fixture->snippetsFile(), file);
-    // An element without "expansion" rejects the whole list, and so does a
-    // file that cannot be read at all.
-    QVERIFY(writeFile(path,
-                      R"([{"abbreviation": ";ok", "expansion": "fine"}, {"abbreviation": ";x"}])"));
-    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, path), m_tab->message());
-    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, path + QStringLiteral(".missing")),
-             m_tab->message());
-    QCOMPARE(m_fixture->snippets.snippets(), before);
-    QCOMPARE(*m_fixture->snippetsFile(), file);
-}
-
-void TestSnippetsTab::cancellingKeepsTheMessage() {
-    const QString path = m_fixture->folder.filePath(QStringLiteral("a.json"));
-    QTest::mouseClick(child<QPushButton>("export"), Qt::LeftButton);
-    QVERIFY(answerDialog(path));
-    QCOMPARE(m_tab->message(), QStringLiteral("Exported 2 snippet(s)."));
-    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
-    QFileDialog* dialog = m_tab->fileDialog();
-    QVERIFY(dialog && QTest::qWaitForWindowExposed(dialog));
-    dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Cancel)->click();
-    QTRY_VERIFY(!m_tab->fileDialog());
-    QCOMPARE(m_tab->message(), QStringLiteral("Exported 2 snippet(s)."));
-}
-
-void TestSnippetsTab::exportFailureSaysWhy() {
-    const QString path = m_fixture->folder.filePath(QStringLiteral("no-such-folder/s.json"));
-    const QString message = SnippetTransfer::exportFile(m_fixture->snippets.snippets(), path);
-    QVERIFY2(message.startsWith(QStringLiteral("Export failed: ")), qPrintable(message));
-    QVERIFY(message.size() > QStringLiteral("Export failed: ").size()); // with the reason
-    QVERIFY(!QFile::exists(path));
 }
 
 void TestSnippetsTab::switchWithPermissionIsActive() {

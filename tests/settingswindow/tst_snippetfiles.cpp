@@ -1,0 +1,142 @@
+#include "SnippetsTabHarness.h"
+#include "settingswindow/SnippetTransfer.h"
+#include "settingswindow/SnippetsTab.h"
+#include "storage/JsonList.h"
+
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include <memory>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+QStringList abbreviations(const QList<Snippet>& snippets) {
+    QStringList result;
+    for (const Snippet& s : snippets)
+        result.append(s.abbreviation);
+    return result;
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+} // namespace
+
+// Import and export of snippet files through the Snippets tab and its file dialog.
+class TestSnippetFiles : public SnippetsTabHarness {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { setUpTab(); }
+    void cleanup() { tearDownTab(); }
+
+    void importingTheExportedFileUpdatesEverySnippet();
+    void importMergesNewAndExisting();
+    void importingAnObjectFailsAndChangesNothing();
+    void cancellingKeepsTheMessage();
+    void exportFailureSaysWhy();
+};
+
+void TestSnippetFiles::importingTheExportedFileUpdatesEverySnippet() {
+    const QString path = m_fixture->folder.filePath(QStringLiteral("out/exported.json"));
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QTest::keyClicks(child<QLineEdit>("search"), QStringLiteral("sig")); // exports all anyway
+    QTest::mouseClick(child<QPushButton>("export"), Qt::LeftButton);
+    QCOMPARE(child<QPushButton>("export")->text(), QStringLiteral("Export\u2026"));
+    QFileDialog* dialog = m_tab->fileDialog();
+    QVERIFY(dialog);
+    QCOMPARE(dialog->acceptMode(), QFileDialog::AcceptSave);
+    QCOMPARE(dialog->nameFilters(), QStringList{"JSON (*.json)"});
+    QCOMPARE(dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->text(),
+             QStringLiteral("snippets.json"));
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(), QStringLiteral("Exported 2 snippet(s)."));
+    auto* message = child<QLabel>("message");
+    QVERIFY(message->isVisible());
+    QCOMPARE(message->text(), m_tab->message());
+    const auto exported = SettingsFixture::read(path);
+    QVERIFY(exported);
+    QCOMPARE(*exported, JsonList::encode(m_fixture->snippets.snippets())); // the file format
+    QVERIFY(exported->contains("\"abbreviation\" : \";sig\""));
+
+    const QList<Snippet> before = m_fixture->snippets.snippets();
+    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
+    QCOMPARE(m_tab->fileDialog()->acceptMode(), QFileDialog::AcceptOpen);
+    QCOMPARE(m_tab->fileDialog()->fileMode(), QFileDialog::ExistingFile);
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(), QStringLiteral("Imported 0 new and updated 2 existing snippet(s)."));
+    QCOMPARE(m_fixture->snippets.snippets(), before);
+}
+
+void TestSnippetFiles::importMergesNewAndExisting() {
+    selectRow(0);
+    const QString path = m_fixture->folder.filePath(QStringLiteral("in.json"));
+    QVERIFY(writeFile(path, R"([{"abbreviation": ";sig", "expansion": "Cheers"},
+                               {"abbreviation": ";tel", "expansion": "555", "id": "nonsense"}])"));
+    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(), QStringLiteral("Imported 1 new and updated 1 existing snippet(s)."));
+    QCOMPARE(abbreviations(m_fixture->snippets.snippets()), (QStringList{";sig", ";addr", ";tel"}));
+    QCOMPARE(listed(), (QStringList{";sig", ";addr", ";tel"}));
+    // The editor shows the imported expansion of the selected snippet.
+    QCOMPARE(child<QPlainTextEdit>("expansion")->toPlainText(), QStringLiteral("Cheers"));
+    QCOMPARE(JsonList::decode<Snippet>(*m_fixture->snippetsFile())->at(0).expansion,
+             QStringLiteral("Cheers"));
+}
+
+void TestSnippetFiles::importingAnObjectFailsAndChangesNothing() {
+    m_fixture->snippets.save();
+    const QByteArray file = *m_fixture->snippetsFile();
+    const QList<Snippet> before = m_fixture->snippets.snippets();
+    const QString path = m_fixture->folder.filePath(QStringLiteral("object.json"));
+    QVERIFY(writeFile(path, R"({"abbreviation": ";x", "expansion": "y"})"));
+    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(),
+             QStringLiteral("Import failed: the file is not a valid snippets JSON list."));
+    QCOMPARE(m_fixture->snippets.snippets(), before);
+    QCOMPARE(*m_fixture->snippetsFile(), file);
+    // An element without "expansion" rejects the whole list, and so does a
+    // file that cannot be read at all.
+    QVERIFY(writeFile(path,
+                      R"([{"abbreviation": ";ok", "expansion": "fine"}, {"abbreviation": ";x"}])"));
+    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, path), m_tab->message());
+    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, path + QStringLiteral(".missing")),
+             m_tab->message());
+    QCOMPARE(m_fixture->snippets.snippets(), before);
+    QCOMPARE(*m_fixture->snippetsFile(), file);
+}
+
+void TestSnippetFiles::cancellingKeepsTheMessage() {
+    const QString path = m_fixture->folder.filePath(QStringLiteral("a.json"));
+    QTest::mouseClick(child<QPushButton>("export"), Qt::LeftButton);
+    QVERIFY(answerDialog(path));
+    QCOMPARE(m_tab->message(), QStringLiteral("Exported 2 snippet(s)."));
+    QTest::mouseClick(child<QPushButton>("import"), Qt::LeftButton);
+    QFileDialog* dialog = m_tab->fileDialog();
+    QVERIFY(dialog && QTest::qWaitForWindowExposed(dialog));
+    dialog->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Cancel)->click();
+    QTRY_VERIFY(!m_tab->fileDialog());
+    QCOMPARE(m_tab->message(), QStringLiteral("Exported 2 snippet(s)."));
+}
+
+void TestSnippetFiles::exportFailureSaysWhy() {
+    const QString path = m_fixture->folder.filePath(QStringLiteral("no-such-folder/s.json"));
+    const QString message = SnippetTransfer::exportFile(m_fixture->snippets.snippets(), path);
+    QVERIFY2(message.startsWith(QStringLiteral("Export failed: ")), qPrintable(message));
+    QVERIFY(message.size() > QStringLiteral("Export failed: ").size()); // with the reason
+    QVERIFY(!QFile::exists(path));
+}
+
+QTEST_MAIN(TestSnippetFiles)
+#include "tst_snippetfiles.moc"
