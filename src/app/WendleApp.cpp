@@ -16,9 +16,11 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSystemTrayIcon>
+#include <QThread>
 
 #include <cstdio>
 
@@ -32,8 +34,16 @@ void printError(const QString& text) {
 
 // Another instance runs: have it open (or close) the palette.
 int handOver() {
-    if (InstanceChannel::ask("toggle"))
-        return 0;
+    // The first one may still be starting: its lock is taken before it
+    // listens. This process has no window and no event loop yet, so it may
+    // simply wait a moment between tries.
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < 3000) {
+        if (InstanceChannel::ask("toggle"))
+            return 0;
+        QThread::msleep(50);
+    }
     printError(QStringLiteral("another Wendle holds the session lock but does not answer."));
     return 1;
 }

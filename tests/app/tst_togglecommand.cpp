@@ -48,6 +48,27 @@ private Q_SLOTS:
         QCOMPARE(toggles, 2);
     }
 
+    void aSecondWendleWaitsForAFirstOneThatIsStillStarting() {
+        // The first instance holds the lock but listens only a moment later.
+        InstanceServer first;
+        QVERIFY(first.claim());
+        int toggles = 0;
+        first.setHandler("toggle", [&] {
+            ++toggles;
+            return QByteArray("ok");
+        });
+        QProcess second;
+        second.start(QStringLiteral(WENDLE_PROGRAM));
+        QVERIFY(second.waitForStarted());
+        QTest::qWait(300);
+        QCOMPARE(second.state(), QProcess::Running);
+        QVERIFY(first.listen());
+        QSignalSpy finished(&second, &QProcess::finished);
+        QVERIFY(finished.wait(5000));
+        QCOMPARE(second.exitCode(), 0);
+        QCOMPARE(toggles, 1);
+    }
+
     void extraArgumentsAreAUsageError() {
         const Outcome outcome = toggle({QStringLiteral("now")});
         QCOMPARE(outcome.status, 2);
