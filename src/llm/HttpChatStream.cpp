@@ -97,11 +97,12 @@ bool HttpChatStream::readAvailable() {
 }
 
 bool HttpChatStream::handleLine(QByteArrayView line) {
-    const QString text = QString::fromUtf8(line);
-    return m_reading == Reading::errorText ? handleErrorLine(text) : handleReplyLine(text);
+    if (m_reading == Reading::errorText)
+        return handleErrorLine(QString::fromUtf8(line));
+    return handleReplyLine(line);
 }
 
-bool HttpChatStream::handleReplyLine(const QString& line) {
+bool HttpChatStream::handleReplyLine(QByteArrayView line) {
     const LLMClient::Piece parsed = LLMClient::parse(line, m_ollama);
     if (const auto* text = std::get_if<LLMClient::TextPiece>(&parsed)) {
         const QPointer<HttpChatStream> self(this);

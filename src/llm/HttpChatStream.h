@@ -33,7 +33,7 @@ private:
     // false when the run has ended (and `this` may be gone).
     bool readAvailable();
     bool handleLine(QByteArrayView line);
-    bool handleReplyLine(const QString& line);
+    bool handleReplyLine(QByteArrayView line);
     bool handleErrorLine(const QString& line);
     void succeed();
     void fail(const ClientError& error);

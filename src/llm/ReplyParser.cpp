@@ -1,5 +1,7 @@
 #include "llm/ReplyParser.h"
 
+#include "llm/ReplyFields.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -7,20 +9,38 @@
 
 namespace {
 
-bool isBlank(QChar c) {
-    return c == u' ' || c == u'\t';
+using LLMClient::ReplyFields;
+using LLMClient::ReplyFieldsResult;
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
 }
 
 // Only spaces and tabs: a line's own terminator is already gone, and other
 // white space inside a server-sent event is data.
-QStringView trimBlanks(QStringView text) {
+QByteArrayView trimBlanks(QByteArrayView text) {
     qsizetype start = 0;
     qsizetype end = text.size();
     while (start < end && isBlank(text[start]))
         ++start;
     while (end > start && isBlank(text[end - 1]))
         --end;
-    return text.mid(start, end - start);
+    return text.sliced(start, end - start);
+}
+
+// The JSON object on the line, read by the general parser; nothing when the
+// line is not one. The line is UTF-8 as it came; invalid sequences read as
+// U+FFFD, as when the line is decoded to text first.
+std::optional<QJsonObject> objectIn(QByteArrayView payload) {
+    QJsonParseError error;
+    // No copy of the line: the document copies what it keeps.
+    QJsonDocument document =
+        QJsonDocument::fromJson(QByteArray::fromRawData(payload.data(), payload.size()), &error);
+    if (error.error == QJsonParseError::IllegalUTF8String)
+        document = QJsonDocument::fromJson(QString::fromUtf8(payload).toUtf8());
+    if (!document.isObject())
+        return std::nullopt;
+    return document.object();
 }
 
 // The server's own error inside a JSON object: "error" as a string, or as an
@@ -35,6 +55,27 @@ std::optional<QString> errorIn(const QJsonObject& object) {
             return message.toString();
     }
     return std::nullopt;
+}
+
+// The same fields the fast reader gives, from a parsed object.
+ReplyFields fieldsOf(const QJsonObject& object) {
+    ReplyFields fields;
+    fields.error = errorIn(object);
+    fields.messageContent = object.value(QLatin1String("message"))
+                                .toObject()
+                                .value(QLatin1String("content"))
+                                .toString();
+    const QJsonValue done = object.value(QLatin1String("done"));
+    fields.done = done.isBool() && done.toBool();
+    fields.deltaContent = object.value(QLatin1String("choices"))
+                              .toArray()
+                              .first()
+                              .toObject()
+                              .value(QLatin1String("delta"))
+                              .toObject()
+                              .value(QLatin1String("content"))
+                              .toString();
+    return fields;
 }
 
 // The first `count` user-perceived characters, so that a cut never splits a
@@ -54,51 +95,47 @@ QString firstCharacters(const QString& text, int count) {
 namespace LLMClient {
 
 Piece parse(const QString& line, bool ollama) {
-    QStringView payload = trimBlanks(line);
+    return parse(QByteArrayView(line.toUtf8()), ollama);
+}
+
+Piece parse(QByteArrayView line, bool ollama) {
+    QByteArrayView payload = trimBlanks(line);
     if (payload.isEmpty())
         return SkipPiece{};
     if (!ollama) {
         // Every other kind of server-sent-event line (comments, "event:",
         // "id:", "retry:") carries nothing we show.
-        if (!payload.startsWith(QLatin1String("data:")))
+        if (!payload.startsWith("data:"))
             return SkipPiece{};
-        payload = trimBlanks(payload.mid(5));
-        if (payload == QLatin1String("[DONE]"))
+        payload = trimBlanks(payload.sliced(5));
+        if (payload == "[DONE]")
             return DonePiece{};
     }
 
-    const QJsonDocument document = QJsonDocument::fromJson(payload.toUtf8());
-    if (!document.isObject())
-        return SkipPiece{}; // malformed lines are ignored, not reported
-    const QJsonObject object = document.object();
-    if (const auto error = errorIn(object))
-        return LLMError::server(*error);
+    // Malformed lines, and JSON that is not an object, are ignored, not
+    // reported. The fast reader takes strict JSON; anything else goes to the
+    // general parser, which is more forgiving.
+    ReplyFieldsResult read = readReplyFields(payload);
+    if (read.status == ReplyFieldsResult::Status::notAnObject)
+        return SkipPiece{};
+    if (read.status == ReplyFieldsResult::Status::unreadable) {
+        const std::optional<QJsonObject> object = objectIn(payload);
+        if (!object)
+            return SkipPiece{};
+        read.fields = fieldsOf(*object);
+    }
+    const ReplyFields& fields = read.fields;
 
+    if (fields.error)
+        return LLMError::server(*fields.error);
     if (ollama) {
-        const QString content = object.value(QLatin1String("message"))
-                                    .toObject()
-                                    .value(QLatin1String("content"))
-                                    .toString();
-        if (!content.isEmpty())
-            return TextPiece{content};
-        const QJsonValue done = object.value(QLatin1String("done"));
-        if (done.isBool() && done.toBool())
-            return DonePiece{};
-        return SkipPiece{};
+        if (!fields.messageContent.isEmpty())
+            return TextPiece{fields.messageContent};
+        return fields.done ? Piece(DonePiece{}) : Piece(SkipPiece{});
     }
-
-    const QJsonArray choices = object.value(QLatin1String("choices")).toArray();
-    if (choices.isEmpty())
+    if (fields.deltaContent.isEmpty())
         return SkipPiece{};
-    const QString content = choices.first()
-                                .toObject()
-                                .value(QLatin1String("delta"))
-                                .toObject()
-                                .value(QLatin1String("content"))
-                                .toString();
-    if (content.isEmpty())
-        return SkipPiece{};
-    return TextPiece{content};
+    return TextPiece{fields.deltaContent};
 }
 
 QString errorMessage(const QString& body) {

@@ -2,6 +2,7 @@
 
 #include "llm/LLMError.h"
 
+#include <QByteArrayView>
 #include <QString>
 
 #include <variant>
@@ -27,6 +28,9 @@ using Piece = std::variant<TextPiece, DonePiece, SkipPiece, LLMError>;
 // `ollama` selects Ollama's newline-delimited JSON; otherwise the line is
 // read as an OpenAI-compatible server-sent event.
 Piece parse(const QString& line, bool ollama);
+// The same for a line as it came off the wire, in UTF-8: what a run uses,
+// sparing a conversion to text and back for every line.
+Piece parse(QByteArrayView line, bool ollama);
 
 // A readable message from an error reply's body: the JSON "error" string or
 // "error.message", else the first 300 characters of the trimmed body.
