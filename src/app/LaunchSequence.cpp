@@ -18,7 +18,7 @@ QCoro::Task<> run(Steps steps, AppShell& shell, Alert::Presenter present, Delay 
     co_await delay(alertDelay);
     if (!hotKeyClaimed) {
         shell.activate();
-        Alert::Spec failed;
+        Alert::Content failed;
         failed.message = Texts::hotKeyFailedMessage();
         failed.informative = Texts::hotKeyFailedInformative();
         co_await present(failed);
@@ -29,7 +29,7 @@ QCoro::Task<> run(Steps steps, AppShell& shell, Alert::Presenter present, Delay 
     // session has had time to appear.
     if (!steps.trayAvailable()) {
         steps.printNotice(noTrayNotice());
-        Alert::Spec noTray;
+        Alert::Content noTray;
         noTray.message = QStringLiteral("No system tray");
         noTray.informative = noTrayNotice();
         // The palette must stay usable while the notice is up.

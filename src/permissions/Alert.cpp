@@ -7,22 +7,22 @@
 
 namespace Alert {
 
-QCoro::Task<int> show(Spec spec) {
+QCoro::Task<int> show(Content content) {
     QPointer<QMessageBox> box = new QMessageBox;
-    box->setWindowModality(spec.modal ? Qt::ApplicationModal : Qt::NonModal);
+    box->setWindowModality(content.modal ? Qt::ApplicationModal : Qt::NonModal);
     box->setWindowTitle(QStringLiteral("Wendle"));
     box->setIcon(QMessageBox::Warning);
-    box->setText(spec.message);
-    box->setInformativeText(spec.informative);
+    box->setText(content.message);
+    box->setInformativeText(content.informative);
 
     QList<QAbstractButton*> buttons;
-    if (spec.buttons.isEmpty())
-        spec.buttons.append(QStringLiteral("OK"));
-    for (qsizetype i = 0; i < spec.buttons.size(); ++i) {
+    if (content.buttons.isEmpty())
+        content.buttons.append(QStringLiteral("OK"));
+    for (qsizetype i = 0; i < content.buttons.size(); ++i) {
         // AcceptRole for the default keeps it on the right where the style
         // puts the affirmative choice.
-        QPushButton* button = box->addButton(spec.buttons.at(i), i == 0 ? QMessageBox::AcceptRole
-                                                                        : QMessageBox::RejectRole);
+        QPushButton* button = box->addButton(
+            content.buttons.at(i), i == 0 ? QMessageBox::AcceptRole : QMessageBox::RejectRole);
         buttons.append(button);
         if (i == 0)
             box->setDefaultButton(button);
@@ -40,7 +40,7 @@ QCoro::Task<int> show(Spec spec) {
 }
 
 Presenter realPresenter() {
-    return [](Spec spec) { return show(std::move(spec)); };
+    return [](Content content) { return show(std::move(content)); };
 }
 
 } // namespace Alert

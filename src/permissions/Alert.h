@@ -10,7 +10,7 @@
 // without a nested event loop: the caller awaits the user's answer.
 namespace Alert {
 
-struct Spec {
+struct Content {
     QString message;
     QString informative;
     // Left to right as the user reads them; the first is the default. Empty:
@@ -22,10 +22,10 @@ struct Spec {
 
 // Shows the alert and answers the position of the chosen button in
 // `buttons` (0 for "OK", and -1 when the alert was closed without a choice).
-QCoro::Task<int> show(Spec spec);
+QCoro::Task<int> show(Content content);
 
 // The way alerts are shown; tests substitute one that answers at once.
-using Presenter = std::function<QCoro::Task<int>(Spec)>;
+using Presenter = std::function<QCoro::Task<int>(Content)>;
 Presenter realPresenter();
 
 } // namespace Alert

@@ -19,7 +19,7 @@ QCoro::Task<> showIfNeeded(PermissionService& permissions, AppShell& shell, QSet
         co_return;
 
     shell.activate();
-    Alert::Spec explainer;
+    Alert::Content explainer;
     explainer.message = Texts::accessibilityExplainerMessage();
     explainer.informative = Texts::accessibilityExplainerInformative();
     explainer.buttons = QStringList{Texts::openSystemSettings(), Texts::notNow()};

@@ -11,7 +11,7 @@ struct Launch {
     RecordingPlatform platform;
     bool hotKeyAvailable = true;
     bool tray = true;
-    QList<Alert::Spec> alerts;
+    QList<Alert::Content> alerts;
     QStringList notices;
 
     QCoro::Task<> run() {
@@ -31,9 +31,9 @@ struct Launch {
             log.add("notice");
             notices.append(text);
         };
-        const Alert::Presenter present = [this, &log](Alert::Spec spec) -> QCoro::Task<int> {
-            log.add(QStringLiteral("alert ") + spec.message);
-            alerts.append(spec);
+        const Alert::Presenter present = [this, &log](Alert::Content content) -> QCoro::Task<int> {
+            log.add(QStringLiteral("alert ") + content.message);
+            alerts.append(content);
             return answered();
         };
         return LaunchSequence::run(steps, platform.shellFake, present, recordingDelay(log));

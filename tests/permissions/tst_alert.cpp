@@ -23,11 +23,11 @@ class AlertTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void answersTheClickedButton() {
-        Alert::Spec spec{QStringLiteral("Message"),
-                         QStringLiteral("Details"),
-                         {QStringLiteral("First"), QStringLiteral("Second")}};
+        Alert::Content content{QStringLiteral("Message"),
+                               QStringLiteral("Details"),
+                               {QStringLiteral("First"), QStringLiteral("Second")}};
         int answer = -2;
-        auto task = Alert::show(spec);
+        auto task = Alert::show(content);
         QCoro::connect(std::move(task), this, [&](int choice) { answer = choice; });
 
         QTRY_VERIFY(openBox() != nullptr);
@@ -51,10 +51,10 @@ private Q_SLOTS:
     }
 
     void singleOkButtonByDefaultAndNonModalNotice() {
-        Alert::Spec spec{QStringLiteral("Notice"), QString(), {}};
-        spec.modal = false;
+        Alert::Content content{QStringLiteral("Notice"), QString(), {}};
+        content.modal = false;
         int answer = -2;
-        QCoro::connect(Alert::show(spec), this, [&](int choice) { answer = choice; });
+        QCoro::connect(Alert::show(content), this, [&](int choice) { answer = choice; });
         QTRY_VERIFY(openBox() != nullptr);
         QMessageBox* box = openBox();
         QCOMPARE(box->buttons().size(), 1);

@@ -13,12 +13,12 @@ namespace {
 // Answers alerts at once with `choice` and remembers what they said.
 struct AlertRecorder {
     int choice = 1;
-    QList<Alert::Spec> shown;
+    QList<Alert::Content> shown;
     std::function<void()> whenShown;
 
     Alert::Presenter presenter() {
-        return [this](Alert::Spec spec) -> QCoro::Task<int> {
-            shown.append(spec);
+        return [this](Alert::Content content) -> QCoro::Task<int> {
+            shown.append(content);
             if (whenShown)
                 whenShown();
             return answer(choice);
