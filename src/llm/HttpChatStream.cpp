@@ -3,7 +3,6 @@
 #include "llm/ErrorMapping.h"
 #include "llm/LLMClient.h"
 #include "llm/ReplyParser.h"
-#include "settings/AppSettings.h"
 #include "settings/Keychain.h"
 
 #include <QNetworkAccessManager>
