@@ -155,8 +155,8 @@ private Q_SLOTS:
 
         const RunOutcome outcome = runWith(Provider(provider), plan);
         QCOMPARE(outcome.endings, 1);
-        QCOMPARE(outcome.joined(), ollama ? QStringLiteral("Hello! How can")
-                                          : QStringLiteral("Sure! Here\u2019s"));
+        QCOMPARE(outcome.joined(),
+                 ollama ? QStringLiteral("Hello! How can") : QStringLiteral("Sure! Here\u2019s"));
         QCOMPARE(outcome.errorText(),
                  noServerText(QStringLiteral("127.0.0.1:%1").arg(m_server->port())));
     }

@@ -16,8 +16,10 @@ const QString instruction = QStringLiteral("Fix all spelling.");
 const QString capturedText = QStringLiteral("  Teh quick brwon fox \u2014 caf\u00E9\n");
 const QString storedKey = QStringLiteral("  sk-test-key \n"); // sent trimmed
 
-// The ways a body travels from the server to the client.
-enum class Delivery { lines, whole, bytes, insideUtf8, crlfSplit, crOnly, noFinalNewline };
+// The line endings a body is served with.
+enum class Ending { recorded, crlf, cr, noFinalNewline };
+// How it is cut into pieces on the way.
+enum class Cut { lines, whole, bytes, insideUtf8, betweenCrLf };
 
 // Pauses long enough for the client to read each piece on its own: a short
 // blocking pause between single bytes, a timer between the few pieces of the
@@ -25,53 +27,73 @@ enum class Delivery { lines, whole, bytes, insideUtf8, crlfSplit, crOnly, noFina
 constexpr std::chrono::microseconds bytePause{60};
 constexpr std::chrono::microseconds piecePause{2000};
 
-ReplyPlan planFor(const QString& file, Delivery delivery) {
+ReplyPlan planFor(const QString& file, Ending ending, Cut cut) {
     ReplyPlan plan = *ReplyPlan::fromVector(vectors + u'/' + file);
-    switch (delivery) {
-    case Delivery::lines:
+    switch (ending) {
+    case Ending::recorded:
+        break;
+    case Ending::crlf:
+        if (!plan.body.contains('\r'))
+            plan.body = BodyText::withCrLf(plan.body);
+        break;
+    case Ending::cr:
+        plan.body = BodyText::withCr(BodyText::withoutCrLf(plan.body));
+        break;
+    case Ending::noFinalNewline:
+        plan.body = BodyText::withoutFinalNewline(plan.body);
+        break;
+    }
+    switch (cut) {
+    case Cut::lines:
         plan.split = ReplyPlan::Split::lines;
         break;
-    case Delivery::whole:
+    case Cut::whole:
         plan.framing = ReplyPlan::Framing::contentLength;
         plan.split = ReplyPlan::Split::whole;
         break;
-    case Delivery::bytes:
+    case Cut::bytes:
         plan.split = ReplyPlan::Split::bytes;
         plan.delay = bytePause;
         break;
-    case Delivery::insideUtf8:
+    case Cut::insideUtf8:
         plan.framing = ReplyPlan::Framing::contentLength;
         plan.split = ReplyPlan::Split::insideUtf8;
         plan.delay = piecePause;
         break;
-    case Delivery::crlfSplit:
-        if (!plan.body.contains('\r'))
-            plan.body = BodyText::withCrLf(plan.body);
+    case Cut::betweenCrLf:
         plan.split = ReplyPlan::Split::betweenCrLf;
         plan.delay = piecePause;
-        break;
-    case Delivery::crOnly:
-        plan.body = BodyText::withCr(plan.body);
-        plan.framing = ReplyPlan::Framing::contentLength;
-        plan.split = ReplyPlan::Split::lines;
-        break;
-    case Delivery::noFinalNewline:
-        plan.body = BodyText::withoutFinalNewline(plan.body);
-        plan.split = ReplyPlan::Split::lines;
         break;
     }
     return plan;
 }
 
-const QList<std::pair<const char*, Delivery>> deliveries{
-    {"lines", Delivery::lines},
-    {"whole", Delivery::whole},
-    {"one byte at a time", Delivery::bytes},
-    {"split inside UTF-8", Delivery::insideUtf8},
-    {"CR LF, split between CR and LF", Delivery::crlfSplit},
-    {"CR only", Delivery::crOnly},
-    {"no final newline", Delivery::noFinalNewline},
+struct Delivery {
+    const char* name;
+    Ending ending;
+    Cut cut;
 };
+
+// Every ending, each cut every way; the cut between CR and LF where there are any.
+QList<Delivery> deliveries() {
+    const QList<std::pair<const char*, Ending>> endings{
+        {"recorded", Ending::recorded},
+        {"CR LF", Ending::crlf},
+        {"CR", Ending::cr},
+        {"no final newline", Ending::noFinalNewline}};
+    const QList<std::pair<const char*, Cut>> cuts{{"lines", Cut::lines},
+                                                  {"whole", Cut::whole},
+                                                  {"one byte at a time", Cut::bytes},
+                                                  {"split inside UTF-8", Cut::insideUtf8}};
+    QList<Delivery> all;
+    for (const auto& [endingName, ending] : endings) {
+        for (const auto& [cutName, cut] : cuts)
+            all.append({qstrdup(QByteArray(QByteArray(endingName) + ", " + cutName).constData()),
+                        ending, cut});
+    }
+    all.append({"CR LF, split between CR and LF", Ending::crlf, Cut::betweenCrLf});
+    return all;
+}
 
 } // namespace
 
@@ -112,8 +134,9 @@ class ChatStreamVectorsTest : public QObject {
 
 private Q_SLOTS:
     void initTestCase() {
-        Keychain::useMemoryStoreForTesting();
+        // The key goes through the system keyring, as in the application.
         QCoro::waitFor(Keychain::set(storedKey));
+        QCOMPARE(QCoro::waitFor(Keychain::get()), storedKey);
     }
 
     void init() {
@@ -129,7 +152,8 @@ private Q_SLOTS:
     void streams_data() {
         QTest::addColumn<QString>("file");
         QTest::addColumn<int>("provider");
-        QTest::addColumn<int>("delivery");
+        QTest::addColumn<int>("ending");
+        QTest::addColumn<int>("cut");
         QTest::addColumn<QString>("expectedText");
         QTest::addColumn<QString>("expectedError"); // empty: the run finishes
 
@@ -203,20 +227,22 @@ private Q_SLOTS:
             {"compat_sse_truncated_mid_event.txt", custom, "The first", {}},
         };
         for (const auto& c : cases) {
-            for (const auto& [name, delivery] : deliveries) {
-                QTest::addRow("%s, %s", c.file, name) << QString::fromLatin1(c.file) << c.provider
-                                                      << int(delivery) << c.text << c.error;
+            for (const Delivery& d : deliveries()) {
+                QTest::addRow("%s, %s", c.file, d.name)
+                    << QString::fromLatin1(c.file) << c.provider << int(d.ending) << int(d.cut)
+                    << c.text << c.error;
             }
         }
     }
     void streams() {
         QFETCH(QString, file);
         QFETCH(int, provider);
-        QFETCH(int, delivery);
+        QFETCH(int, ending);
+        QFETCH(int, cut);
         QFETCH(QString, expectedText);
         QFETCH(QString, expectedError);
 
-        const RunOutcome outcome = run(Provider(provider), planFor(file, Delivery(delivery)));
+        const RunOutcome outcome = run(Provider(provider), planFor(file, Ending(ending), Cut(cut)));
         QCOMPARE(outcome.endings, 1);
         QCOMPARE(outcome.signalsAfterEnd, 0);
         QCOMPARE(outcome.joined(), expectedText);
@@ -229,8 +255,8 @@ private Q_SLOTS:
 
     // The pieces are the servers' fragments, one by one, not merely the sum.
     void piecesAreTheFragments() {
-        const RunOutcome outcome =
-            run(Provider::ollama, planFor("ollama_chat_stream_basic.txt", Delivery::bytes));
+        const RunOutcome outcome = run(Provider::ollama, planFor("ollama_chat_stream_basic.txt",
+                                                                 Ending::recorded, Cut::bytes));
         QCOMPARE(outcome.pieces,
                  (QStringList{"Hello", "!", " How", " can", " I", " help", " you", " today", "?"}));
     }
@@ -238,7 +264,8 @@ private Q_SLOTS:
     void errorStatuses_data() {
         QTest::addColumn<QString>("file");
         QTest::addColumn<int>("provider");
-        QTest::addColumn<int>("delivery");
+        QTest::addColumn<int>("ending");
+        QTest::addColumn<int>("cut");
         QTest::addColumn<QString>("expectedError");
         const int ollama = int(Provider::ollama);
         const int lmstudio = int(Provider::lmstudio);
@@ -291,19 +318,20 @@ private Q_SLOTS:
                        "exist.\",\"type\":\"NotFoundError\",\"param\":null,\"code\":404}")},
         };
         for (const auto& c : cases) {
-            for (const auto& [name, delivery] : deliveries) {
-                QTest::addRow("%s, %s", c.file, name)
-                    << QString::fromLatin1(c.file) << c.provider << int(delivery) << c.error;
+            for (const Delivery& d : deliveries()) {
+                QTest::addRow("%s, %s", c.file, d.name) << QString::fromLatin1(c.file) << c.provider
+                                                        << int(d.ending) << int(d.cut) << c.error;
             }
         }
     }
     void errorStatuses() {
         QFETCH(QString, file);
         QFETCH(int, provider);
-        QFETCH(int, delivery);
+        QFETCH(int, ending);
+        QFETCH(int, cut);
         QFETCH(QString, expectedError);
 
-        const RunOutcome outcome = run(Provider(provider), planFor(file, Delivery(delivery)));
+        const RunOutcome outcome = run(Provider(provider), planFor(file, Ending(ending), Cut(cut)));
         QCOMPARE(outcome.endings, 1);
         QCOMPARE(outcome.signalsAfterEnd, 0);
         QVERIFY(outcome.pieces.isEmpty());

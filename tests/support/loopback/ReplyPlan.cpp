@@ -112,6 +112,11 @@ QByteArray withCr(const QByteArray& body) {
     return copy.replace('\n', '\r');
 }
 
+QByteArray withoutCrLf(const QByteArray& body) {
+    QByteArray copy = body;
+    return copy.replace("\r\n", "\n");
+}
+
 QByteArray withoutFinalNewline(const QByteArray& body) {
     QByteArray copy = body;
     while (copy.endsWith('\n') || copy.endsWith('\r'))

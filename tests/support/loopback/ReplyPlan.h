@@ -56,7 +56,8 @@ struct ReplyPlan {
 
 // Body rewrites for tests of line endings.
 namespace BodyText {
-QByteArray withCrLf(const QByteArray& body); // every LF becomes CR LF
-QByteArray withCr(const QByteArray& body);   // every LF becomes CR
+QByteArray withCrLf(const QByteArray& body);    // every LF becomes CR LF
+QByteArray withCr(const QByteArray& body);      // every LF becomes CR
+QByteArray withoutCrLf(const QByteArray& body); // every CR LF becomes LF
 QByteArray withoutFinalNewline(const QByteArray& body);
 } // namespace BodyText
