@@ -3,9 +3,11 @@
 #include "SettingsFixture.h"
 #include "settingswindow/SnippetsTab.h"
 
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QListView>
+#include <QPushButton>
 #include <QTest>
 
 #include <memory>
@@ -54,18 +56,27 @@ protected:
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, rect.center());
     }
 
-    // Answers the open file dialog with `path` as a person would: types it
-    // into the name field and presses Return.
+    // Answers the open file dialog with `path`: puts it into the name field
+    // and clicks the dialog's Open or Save button. (Typed in key by key, the
+    // field's completion list would pop up at a moment that depends on how
+    // fast the folder is read, and take the Return key.)
     bool answerDialog(const QString& path) {
         QFileDialog* dialog = m_tab->fileDialog();
         if (!dialog || !QTest::qWaitForWindowExposed(dialog))
             return false;
         auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-        if (!name)
+        auto* buttons = dialog->findChild<QDialogButtonBox*>();
+        if (!name || !buttons)
             return false;
-        name->selectAll();
-        QTest::keyClicks(name, path);
-        QTest::keyClick(name, Qt::Key_Return);
+        name->setText(path);
+        QPushButton* accept = nullptr;
+        for (QAbstractButton* button : buttons->buttons()) {
+            if (buttons->buttonRole(button) == QDialogButtonBox::AcceptRole)
+                accept = qobject_cast<QPushButton*>(button);
+        }
+        if (!accept || !accept->isEnabled())
+            return false;
+        QTest::mouseClick(accept, Qt::LeftButton);
         QDeadlineTimer deadline(std::chrono::seconds(5));
         while (m_tab->fileDialog() && !deadline.hasExpired())
             QTest::qWait(10);
