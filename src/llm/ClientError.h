@@ -11,8 +11,9 @@
 // network library's own description), or cancellation, which callers swallow.
 class ClientError {
 public:
-    ClientError(const LLMError& error)
-        : m_llm(error) {} // NOLINT: implicit by design
+    // Implicit by design: an LLMError is a ClientError.
+    ClientError(const LLMError& error) // NOLINT(google-explicit-constructor)
+        : m_llm(error) {}
 
     static ClientError transport(int networkError, const QString& description);
     static ClientError cancelled();
