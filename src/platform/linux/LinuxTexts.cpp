@@ -1,5 +1,7 @@
 #include "texts/Texts.h"
 
+#include <QDir>
+
 // Linux names its keys in words, has no menu bar or System Settings privacy
 // pages, and keeps secrets in the desktop's keyring.
 namespace Texts {
@@ -80,9 +82,15 @@ QString generalUsage() {
 }
 
 QString storageNote(const QString& dataFolder) {
+    // The folder as people write it: "~/.local/share/Wendle" rather than the
+    // full path of their home.
+    const QString home = QDir::homePath();
+    QString shown = QDir::cleanPath(dataFolder);
+    if (shown == home || shown.startsWith(home + u'/'))
+        shown = u'~' + shown.mid(home.size());
     return QStringLiteral("Your actions and snippets are stored as JSON in %1. Nothing leaves "
                           "this computer except requests to the model server you choose.")
-        .arg(dataFolder);
+        .arg(shown);
 }
 
 QString accessibilityHelp() {
