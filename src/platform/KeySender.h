@@ -19,8 +19,9 @@ public:
     virtual void send(Qt::Key key, Qt::KeyboardModifiers modifiers) = 0;
 
     // The copy or paste keystroke that the focused application understands:
-    // Command+C / Command+V on macOS; on Linux Ctrl+C / Ctrl+V, or
-    // Ctrl+Shift+C / Ctrl+Shift+V for terminal emulators, where Ctrl+C would
-    // interrupt the running program.
+    // Command+C / Command+V on macOS; on Linux Ctrl+C / Ctrl+V, or a terminal
+    // emulator's own (Ctrl+Shift+C / V, Ctrl+Alt+C / V), since Ctrl+C there
+    // would interrupt the running program; nothing at all for a terminal
+    // that has no such keystroke (xterm).
     virtual void sendShortcut(Shortcut shortcut) = 0;
 };

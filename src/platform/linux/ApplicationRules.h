@@ -1,16 +1,30 @@
 #pragma once
 
 #include <QString>
+#include <Qt>
 
-// What differs per application, looked up by its window's WM_CLASS (instance
-// or class name, case-insensitive). One table, meant to grow.
+#include <optional>
+
+// What differs per application, looked up by its window's WM_CLASS: the class
+// name first, since a user can rename the instance (xterm -name, st -n), then
+// the instance name; case-insensitive. One table, meant to grow.
 namespace ApplicationRules {
 
-enum class ShortcutStyle {
-    standard, // Ctrl+C, Ctrl+V
-    terminal, // Ctrl+Shift+C, Ctrl+Shift+V: Ctrl+C would interrupt the running program
+// The keystrokes with which an application copies its selection to the
+// CLIPBOARD and pastes the CLIPBOARD, by default.
+enum class ClipboardKeys {
+    standard,   // Ctrl+C, Ctrl+V
+    shifted,    // Ctrl+Shift+C, Ctrl+Shift+V: most terminal emulators, where
+                // Ctrl+C would interrupt the running program
+    controlAlt, // Ctrl+Alt+C, Ctrl+Alt+V: rxvt-unicode
+    none,       // no keystroke at all: the xterm family, which also turns
+                // Ctrl+Shift+C into the interrupt character
 };
 
-ShortcutStyle shortcutStyle(const QString& instance, const QString& windowClass);
+ClipboardKeys clipboardKeys(const QString& instance, const QString& windowClass);
+
+// The modifiers held with C to copy and with V to paste; nothing when the
+// application has no such keystroke.
+std::optional<Qt::KeyboardModifiers> shortcutModifiers(ClipboardKeys keys);
 
 } // namespace ApplicationRules

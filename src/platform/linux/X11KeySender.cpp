@@ -10,6 +10,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -119,9 +120,11 @@ void X11KeySender::sendShortcut(Shortcut shortcut) {
     const xcb_window_t window = m_front.currentWindow();
     const X11FrontWindow::WindowClass names =
         window == XCB_NONE ? X11FrontWindow::WindowClass{} : m_front.windowClass(window);
-    Qt::KeyboardModifiers modifiers = Qt::ControlModifier;
-    if (ApplicationRules::shortcutStyle(names.instance, names.name) ==
-        ApplicationRules::ShortcutStyle::terminal)
-        modifiers |= Qt::ShiftModifier;
-    send(shortcut == Shortcut::copy ? Qt::Key_C : Qt::Key_V, modifiers);
+    const std::optional<Qt::KeyboardModifiers> modifiers = ApplicationRules::shortcutModifiers(
+        ApplicationRules::clipboardKeys(names.instance, names.name));
+    // Without a keystroke the application understands, nothing is sent: a
+    // copy that never arrives leaves the clipboard as it was.
+    if (!modifiers)
+        return;
+    send(shortcut == Shortcut::copy ? Qt::Key_C : Qt::Key_V, *modifiers);
 }

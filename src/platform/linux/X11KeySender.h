@@ -12,7 +12,8 @@ class X11FrontWindow;
 // Key presses through XTest. The modifiers of each press are exact: modifier
 // keys the user holds but the press must not have are lifted for its length
 // and pressed again after it. Each call ends with a marker to our own window,
-// which is how the key watcher tells these keys from the user's.
+// which is how the key watcher tells these keys from the user's. The copy
+// and paste keystrokes are the focused application's own (ApplicationRules).
 class X11KeySender : public KeySender {
 public:
     X11KeySender(XConnection& connection, X11FrontWindow& front);

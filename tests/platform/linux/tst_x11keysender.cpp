@@ -1,6 +1,7 @@
 // XTest key presses reach the focused window with exactly the modifiers asked
-// for, also while the user holds others; terminals get Ctrl+Shift+C/V and
-// never a Ctrl+C.
+// for, also while the user holds others; terminals get their own copy and
+// paste keystrokes with their default bindings (st: Ctrl+Shift+C/V; xterm:
+// none, so nothing at all) and never a Ctrl+C.
 
 #include "X11TestSupport.h"
 
@@ -18,9 +19,26 @@ private Q_SLOTS:
     void liftsHeldModifiersForThePress();
     void copiesAndPastesInAnEditor();
     void markerComesBackAfterTheKeys();
-    void terminalGetsShiftedShortcuts();
+    void stGetsItsShiftedShortcuts();
+    void aDefaultXtermGetsNothing();
 
 private:
+    // A terminal whose first line reads "wendleword here" and whose program
+    // records every byte it receives, raw, in `record`.
+    struct Terminal {
+        QProcess* process = nullptr;
+        quint64 window = 0;
+        QString record;
+        QByteArray recorded() const {
+            QFile f(record);
+            return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+        }
+    };
+    std::optional<Terminal> startTerminal(const QString& program, const QString& title);
+    // Double-clicks the word on the terminal's first line; returns the
+    // selection the terminal has made (PRIMARY).
+    std::optional<QByteArray> selectFirstWord(const Terminal& terminal);
+
     DesktopSession& desktop() { return DesktopSession::current(); }
     KeySender& sender() { return m_platform->keySender(); }
     std::unique_ptr<X11Platform> m_platform;
@@ -132,51 +150,94 @@ void TestX11KeySender::markerComesBackAfterTheKeys() {
           total / rounds, worst, rounds);
 }
 
-void TestX11KeySender::terminalGetsShiftedShortcuts() {
-    // xterm copies and pastes the CLIPBOARD on Ctrl+Shift+C / Ctrl+Shift+V
-    // (bound here as terminal emulators bind them by default); what reaches
-    // the program inside it is recorded byte for byte.
-    const QString record = desktop().tempPath() + QStringLiteral("/terminal-input");
+std::optional<TestX11KeySender::Terminal> TestX11KeySender::startTerminal(const QString& program,
+                                                                          const QString& title) {
+    Terminal terminal;
+    terminal.record = desktop().tempPath() + QLatin1Char('/') + title + QStringLiteral(".input");
     const QString shell =
-        QStringLiteral("printf 'wendleword\\n'; stty raw -echo; exec cat > '%1'").arg(record);
-    QProcess* xterm = desktop().start(
-        QStringLiteral("xterm"),
-        {QStringLiteral("-title"), QStringLiteral("Wendle Terminal"), QStringLiteral("-xrm"),
-         QStringLiteral("XTerm*VT100.Translations: #override \\n"
-                        " Shift Ctrl <Key>C: copy-selection(CLIPBOARD) \\n"
-                        " Shift Ctrl <Key>V: insert-selection(CLIPBOARD)"),
-         QStringLiteral("-e"), QStringLiteral("sh"), QStringLiteral("-c"), shell});
-    QVERIFY(xterm);
-    const quint64 window = desktop().findWindowByName(QStringLiteral("^Wendle Terminal$"));
-    QVERIFY(window);
-    QVERIFY(DesktopSession::waitUntil([&] { return QFile::exists(record); }));
-    QVERIFY(desktop().activate(window));
-    QCOMPARE(m_platform->frontWindow().current().windowClass, QStringLiteral("XTerm"));
-    auto recorded = [&] {
-        QFile f(record);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    };
+        QStringLiteral("printf 'wendleword here\\n'; stty raw -echo; exec cat > '%1'")
+            .arg(terminal.record);
+    // Both take -T for the title and -e for the command, and no X resources
+    // are loaded on the test's display: every binding is the default one.
+    terminal.process =
+        desktop().start(program, {QStringLiteral("-T"), title, QStringLiteral("-e"),
+                                  QStringLiteral("sh"), QStringLiteral("-c"), shell});
+    if (!terminal.process)
+        return std::nullopt;
+    terminal.window = desktop().findWindowByName(QLatin1Char('^') + title + QLatin1Char('$'));
+    // The record exists once the program reads raw input.
+    if (!terminal.window ||
+        !DesktopSession::waitUntil([&] { return QFile::exists(terminal.record); }) ||
+        !desktop().activate(terminal.window))
+        return std::nullopt;
+    return terminal;
+}
 
-    // Select the word with a double click, then copy it our way. (xterm
-    // takes the CLIPBOARD with the time of the selection, so the clipboard's
-    // earlier content is set first.)
+std::optional<QByteArray> TestX11KeySender::selectFirstWord(const Terminal& terminal) {
+    if (!desktop().mouseMove(15, 8, terminal.window) || !desktop().click(1, 2))
+        return std::nullopt;
+    std::optional<QByteArray> primary;
+    DesktopSession::waitUntil([&] {
+        primary = desktop().run(
+            QStringLiteral("xclip"),
+            {QStringLiteral("-o"), QStringLiteral("-selection"), QStringLiteral("primary")});
+        return primary && primary->startsWith("wendleword");
+    });
+    return primary && primary->startsWith("wendleword") ? primary : std::nullopt;
+}
+
+void TestX11KeySender::stGetsItsShiftedShortcuts() {
+    auto st = startTerminal(QStringLiteral("stterm"), QStringLiteral("wendle-st"));
+    QVERIFY(st);
+    QCOMPARE(m_platform->frontWindow().current().windowClass, QStringLiteral("st-256color"));
+
+    // Select the word, then copy it our way: the clipboard takes the
+    // selection. (st takes any click in the first 600 ms after its start for
+    // a triple click, which selects the whole line: either will do.)
     QVERIFY(desktop().setClipboard("unchanged"));
-    QVERIFY(desktop().mouseMove(15, 8, window));
-    QVERIFY(desktop().click(1, 2));
+    const std::optional<QByteArray> selected = selectFirstWord(*st);
+    QVERIFY(selected);
     sender().sendShortcut(KeySender::Shortcut::copy);
-    QVERIFY2(DesktopSession::waitUntil(
-                 [&] { return desktop().clipboard() == std::optional<QByteArray>("wendleword"); }),
+    QVERIFY2(DesktopSession::waitUntil([&] { return desktop().clipboard() == selected; }),
              desktop().clipboard().value_or("(none)").constData());
 
+    // Our paste reaches the program inside, which never saw an interrupt.
     QVERIFY(desktop().setClipboard("pasted"));
     sender().sendShortcut(KeySender::Shortcut::paste);
-    QVERIFY(DesktopSession::waitUntil([&] { return recorded().contains("pasted"); }));
-    QVERIFY(!recorded().contains('\x03'));
+    QVERIFY(DesktopSession::waitUntil([&] { return st->recorded().contains("pasted"); }));
+    QCOMPARE(st->recorded(), QByteArray("pasted"));
 
     // The recorder does see a plain Ctrl+C as the interrupt character.
     sender().send(Qt::Key_C, Qt::ControlModifier);
-    QVERIFY(DesktopSession::waitUntil([&] { return recorded().contains('\x03'); }));
-    desktop().stop(xterm);
+    QVERIFY(DesktopSession::waitUntil([&] { return st->recorded() == "pasted\x03"; }));
+    desktop().stop(st->process);
+}
+
+void TestX11KeySender::aDefaultXtermGetsNothing() {
+    XConnection& connection = m_platform->connection();
+    auto xterm = startTerminal(QStringLiteral("xterm"), QStringLiteral("wendle-xterm"));
+    QVERIFY(xterm);
+    QCOMPARE(m_platform->frontWindow().current().windowClass, QStringLiteral("XTerm"));
+    QVERIFY(desktop().setClipboard("unchanged"));
+    QVERIFY(selectFirstWord(*xterm));
+
+    // Nothing is sent: not even the marker that ends every key press.
+    QVERIFY(settle(connection));
+    sender().sendShortcut(KeySender::Shortcut::copy);
+    sender().sendShortcut(KeySender::Shortcut::paste);
+    QCOMPARE(connection.markersOutstanding(), 0);
+
+    // A letter typed afterwards is the first and only byte the program
+    // receives, and the clipboard still holds what it held.
+    sender().send(Qt::Key_Z, Qt::NoModifier);
+    QVERIFY(DesktopSession::waitUntil([&] { return !xterm->recorded().isEmpty(); }));
+    QCOMPARE(xterm->recorded(), QByteArray("z"));
+    QCOMPARE(desktop().clipboard(), std::optional<QByteArray>("unchanged"));
+
+    // The recorder does see a plain Ctrl+C as the interrupt character.
+    sender().send(Qt::Key_C, Qt::ControlModifier);
+    QVERIFY(DesktopSession::waitUntil([&] { return xterm->recorded() == "z\x03"; }));
+    desktop().stop(xterm->process);
 }
 
 WENDLE_DESKTOP_TEST_MAIN(TestX11KeySender, (DesktopSession::Options{.windowManager = true}))
