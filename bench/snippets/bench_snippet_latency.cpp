@@ -139,8 +139,8 @@ int main(int argc, char** argv) {
     };
     const double watching = cpuPerKey(true);
     const double idle = cpuPerKey(false);
-    if (!clickExpandSnippets(desktop) || snippetsRunning())
-        return fail("cannot switch snippets off in the tray menu");
+    if (!switchSnippets(desktop, false))
+        return fail("cannot switch snippets off in the settings window");
     const double notWatching = cpuPerKey(true);
     if (watching < 0 || notWatching < 0)
         return fail("the typed text did not arrive intact");

@@ -1,5 +1,6 @@
 #include "app/StateProbe.h"
 
+#include "app/TrayMenu.h"
 #include "hotkey/HotKey.h"
 #include "palette/PaletteController.h"
 #include "palette/PalettePanel.h"
@@ -10,9 +11,11 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMenu>
 #include <QMessageBox>
 #include <QMetaEnum>
 #include <QSystemTrayIcon>
+#include <QWindow>
 
 namespace StateProbe {
 
@@ -28,9 +31,27 @@ QString sourceName(SelectionSource source) {
     }
     return QStringLiteral("none");
 }
+
+// The menu's titles in order ("-" for a separator), whether it is on the
+// screen (exposed, so that keys and clicks reach it), and where the icon is,
+// so that a test can click it.
+QJsonObject trayState(const TrayMenu& tray) {
+    const QMenu& menu = tray.menu();
+    QJsonArray entries;
+    for (const QAction* action : menu.actions())
+        entries.append(action->isSeparator() ? QStringLiteral("-") : action->text());
+    const QRect icon = tray.icon().geometry();
+    return {{QStringLiteral("entries"), entries},
+            {QStringLiteral("menuShown"),
+             menu.isVisible() && menu.windowHandle() && menu.windowHandle()->isExposed()},
+            {QStringLiteral("icon"), QJsonObject{{QStringLiteral("x"), icon.x()},
+                                                 {QStringLiteral("y"), icon.y()},
+                                                 {QStringLiteral("width"), icon.width()},
+                                                 {QStringLiteral("height"), icon.height()}}}};
+}
 } // namespace
 
-QByteArray state() {
+QByteArray state(const TrayMenu* tray) {
     PaletteController& controller = PaletteController::shared();
     PaletteModel& model = controller.model();
     QJsonObject palette{
@@ -67,7 +88,7 @@ QByteArray state() {
                                       {QStringLiteral("informative"), box->informativeText()}});
     }
 
-    const QJsonObject all{
+    QJsonObject all{
         {QStringLiteral("palette"), palette},
         {QStringLiteral("alerts"), alerts},
         {QStringLiteral("hotKeyRegistered"), HotKey::shared().isRegistered()},
@@ -75,6 +96,8 @@ QByteArray state() {
         {QStringLiteral("snippetsRunning"), SnippetEngine::shared().isRunning()},
         {QStringLiteral("settings"), SettingsProbe::state()},
     };
+    if (tray)
+        all.insert(QStringLiteral("tray"), trayState(*tray));
     return QJsonDocument(all).toJson(QJsonDocument::Compact);
 }
 

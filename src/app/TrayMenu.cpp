@@ -37,7 +37,7 @@ TrayMenu::TrayMenu(QObject* parent)
     settingsEntry(QStringLiteral("Settings\u2026"), SettingsTab::model);
     settingsEntry(QStringLiteral("Permissions\u2026"), SettingsTab::general);
 
-    m_quitSeparator = m_menu->addSeparator();
+    m_menu->addSeparator();
     m_menu->addAction(QStringLiteral("Quit Wendle"), qApp, &QCoreApplication::quit);
 
     m_icon->setToolTip(QStringLiteral("Wendle"));
@@ -53,11 +53,4 @@ TrayMenu::TrayMenu(QObject* parent)
 
 TrayMenu::~TrayMenu() {
     delete m_menu;
-}
-
-void TrayMenu::addEntry(QAction* action) {
-    // Added entries form their own group between the settings and Quit.
-    if (!m_extraSeparator)
-        m_extraSeparator = m_menu->insertSeparator(m_quitSeparator);
-    m_menu->insertAction(m_quitSeparator, action);
 }

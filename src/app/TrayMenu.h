@@ -2,7 +2,6 @@
 
 #include <QObject>
 
-class QAction;
 class QMenu;
 class QSystemTrayIcon;
 
@@ -14,16 +13,10 @@ public:
     explicit TrayMenu(QObject* parent = nullptr);
     ~TrayMenu() override;
 
-    QSystemTrayIcon& icon() { return *m_icon; }
-    QMenu& menu() { return *m_menu; }
-
-    // Adds an entry to the group below the settings entries, above "Quit
-    // Wendle" (for example a switch for snippet expansion).
-    void addEntry(QAction* action);
+    QSystemTrayIcon& icon() const { return *m_icon; }
+    QMenu& menu() const { return *m_menu; }
 
 private:
     QMenu* m_menu;
     QSystemTrayIcon* m_icon;
-    QAction* m_quitSeparator;
-    QAction* m_extraSeparator = nullptr;
 };

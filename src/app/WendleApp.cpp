@@ -9,12 +9,10 @@
 #include "palette/PaletteIcons.h"
 #include "permissions/Onboarding.h"
 #include "platform/Platform.h"
-#include "settings/AppSettings.h"
 #include "settings/Preferences.h"
 #include "snippets/SnippetEngine.h"
 #include "texts/Texts.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QMessageBox>
@@ -99,8 +97,6 @@ int run(int argc, char* argv[]) {
         PaletteController::shared().toggle();
         return QByteArray("ok");
     });
-    if (qEnvironmentVariable(StateProbe::enableVariable) == QLatin1String("1"))
-        instance.setHandler("state", &StateProbe::state);
     if (!instance.listen())
         printError(QStringLiteral("cannot listen on %1; \"wendle toggle\" will not reach this "
                                   "instance.")
@@ -108,21 +104,8 @@ int run(int argc, char* argv[]) {
 
     SnippetEngine::shared().setPermissionPrompt(&askSnippetPermission);
     TrayMenu tray;
-    // The switch for snippet expansion; its check mark follows the setting,
-    // also when the permission prompt was cancelled.
-    auto* expandSnippets = new QAction(QStringLiteral("Expand Snippets"), &tray);
-    expandSnippets->setCheckable(true);
-    const auto showSetting = [expandSnippets] {
-        expandSnippets->setChecked(AppSettings::shared().snippetsEnabled());
-    };
-    showSetting();
-    QObject::connect(expandSnippets, &QAction::triggered, expandSnippets, [showSetting](bool on) {
-        SnippetEngine::shared().setEnabled(on);
-        showSetting();
-    });
-    QObject::connect(&AppSettings::shared(), &AppSettings::snippetsEnabledChanged, expandSnippets,
-                     showSetting);
-    tray.addEntry(expandSnippets);
+    if (qEnvironmentVariable(StateProbe::enableVariable) == QLatin1String("1"))
+        instance.setHandler("state", [&tray] { return StateProbe::state(&tray); });
 
     LaunchSequence::Steps steps;
     steps.registerHotKey = [] {

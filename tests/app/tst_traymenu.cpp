@@ -48,16 +48,6 @@ private Q_SLOTS:
         QCOMPARE(tray.icon().contextMenu(), &tray.menu());
     }
 
-    void addedEntriesGoAboveQuit() {
-        TrayMenu tray;
-        auto* extra = new QAction(QStringLiteral("Expand Snippets"), &tray);
-        tray.addEntry(extra);
-        const QList<QAction*> actions = tray.menu().actions();
-        QCOMPARE(actions.at(actions.size() - 3), extra);
-        QVERIFY(actions.at(actions.size() - 4)->isSeparator());
-        QVERIFY(actions.at(actions.size() - 2)->isSeparator());
-    }
-
     void theSettingsEntriesOpenTheirTabs() {
         TrayMenu tray;
         const QList<std::pair<QString, SettingsTab>> expected{

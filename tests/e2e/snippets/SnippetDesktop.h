@@ -65,27 +65,65 @@ inline QProcess* startWendle(DesktopSession& desktop) {
     return wendle;
 }
 
-// Clicks Wendle's tray icon and chooses "Expand Snippets", the last entry
-// above "Quit Wendle", with the keyboard.
-inline bool clickExpandSnippets(DesktopSession& desktop) {
-    const quint64 icon = desktop.findWindowByClass(QStringLiteral("^wendle$"));
-    if (!icon || !desktop.run(QStringLiteral("xdotool"),
-                              {QStringLiteral("mousemove"), QStringLiteral("--window"),
-                               QString::number(icon), QStringLiteral("8"), QStringLiteral("8"),
-                               QStringLiteral("click"), QStringLiteral("1")}))
+// Wendle's tray: its menu's entries, whether the menu is on screen, and
+// where the icon is.
+inline QJsonObject tray() {
+    return wendleState().value(QStringLiteral("tray")).toObject();
+}
+
+inline bool trayMenuShown() {
+    return tray().value(QStringLiteral("menuShown")).toBool();
+}
+
+// The settings window as Wendle reports it.
+inline QJsonObject settingsWindow() {
+    return wendleState().value(QStringLiteral("settings")).toObject();
+}
+
+// Clicks Wendle's tray icon and chooses "Snippets…", the third entry, with
+// the keyboard, the way a person opens the settings window on its Snippets tab.
+inline bool openSnippetsTab(DesktopSession& desktop) {
+    if (!DesktopSession::waitUntil([] { return !trayMenuShown(); }))
         return false;
-    const auto visibleWindows = [&] {
-        const auto out = desktop.run(QStringLiteral("xdotool"),
-                                     {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                      QStringLiteral("--class"), QStringLiteral("^wendle$")});
-        return out ? int(out->trimmed().split('\n').size()) : 0;
-    };
-    // The menu is a second visible window of Wendle's.
-    if (!DesktopSession::waitUntil([&] { return visibleWindows() >= 2; }))
+    const QJsonObject icon = tray().value(QStringLiteral("icon")).toObject();
+    const int width = icon.value(QStringLiteral("width")).toInt();
+    const int height = icon.value(QStringLiteral("height")).toInt();
+    if (width <= 0 || height <= 0)
         return false;
-    return desktop.key(QStringLiteral("Up")) && desktop.key(QStringLiteral("Up")) &&
-           desktop.key(QStringLiteral("Return")) &&
-           DesktopSession::waitUntil([&] { return visibleWindows() == 1; });
+    // Two clicks on one spot in quick succession make a double click, which
+    // opens no menu: every other click goes to the other corner.
+    static int clicks = 0;
+    const int quarter = ++clicks % 2 ? 1 : 3;
+    if (!desktop.mouseMove(icon.value(QStringLiteral("x")).toInt() + width * quarter / 4,
+                           icon.value(QStringLiteral("y")).toInt() + height * quarter / 4) ||
+        !desktop.click() || !DesktopSession::waitUntil(&trayMenuShown))
+        return false;
+    return desktop.key(QStringLiteral("Down Down Down Return")) && DesktopSession::waitUntil([] {
+               const QJsonObject window = settingsWindow();
+               return !trayMenuShown() && window.value(QStringLiteral("visible")).toBool() &&
+                      window.value(QStringLiteral("tab")).toString() == QStringLiteral("Snippets");
+           });
+}
+
+// Switches snippet expansion on or off as a person does: the Snippets tab
+// from the tray menu, then a click on the switch "Expand snippets while I
+// type". True once Wendle's watcher runs (or has stopped) accordingly.
+inline bool switchSnippets(DesktopSession& desktop, bool on) {
+    if (!openSnippetsTab(desktop))
+        return false;
+    const QJsonObject expand = settingsWindow()
+                                   .value(QStringLiteral("controls"))
+                                   .toObject()
+                                   .value(QStringLiteral("expand"))
+                                   .toObject();
+    const int height = expand.value(QStringLiteral("height")).toInt();
+    if (height <= 0 || snippetsRunning() == on)
+        return false;
+    // On the switch's track, at the right end of the control, past its label.
+    return desktop.mouseMove(expand.value(QStringLiteral("x")).toInt() +
+                                 expand.value(QStringLiteral("width")).toInt() - height,
+                             expand.value(QStringLiteral("y")).toInt() + height / 2) &&
+           desktop.click() && DesktopSession::waitUntil([on] { return snippetsRunning() == on; });
 }
 
 // Another program's clipboard: several formats, one of them binary.

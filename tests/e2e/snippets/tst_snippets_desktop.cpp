@@ -1,11 +1,13 @@
 #include "DesktopTestMain.h"
 #include "SnippetDesktop.h"
+#include "texts/Texts.h"
 
 using namespace SnippetDesktop;
 
 // Wendle expanding snippets on a real X desktop: xdotool types into the Qt
 // test editor, and the editor's saved text and the clipboard show the result.
-// Snippets are switched in the tray menu.
+// Snippets are switched on the settings window's Snippets tab, opened from
+// the tray menu.
 class TestSnippetsDesktop : public QObject {
     Q_OBJECT
 private:
@@ -111,19 +113,29 @@ private Q_SLOTS:
         QVERIFY2(editorShows(signature + address), qPrintable(editorText()));
     }
 
-    void switchingOffInTheTrayStopsAndOnStartsAgain() {
-        QVERIFY(clickExpandSnippets(desktop()));
-        QVERIFY(!snippetsRunning());
+    void theTrayMenuHoldsItsEntriesAndNoMore() {
+        const QJsonArray entries = tray().value(QStringLiteral("entries")).toArray();
+        QStringList titles;
+        for (const QJsonValue& entry : entries)
+            titles.append(entry.toString());
+        QCOMPARE(titles,
+                 (QStringList{Texts::menuOpenPalette(), "-", "Actions\u2026", "Snippets\u2026",
+                              "Settings\u2026", "Permissions\u2026", "-", "Quit Wendle"}));
+    }
+
+    void switchingOffInTheSnippetsTabStopsAndOnStartsAgain() {
+        QVERIFY(switchSnippets(desktop(), false));
         QCOMPARE(storedSetting(), QStringLiteral("false"));
         QVERIFY(desktop().activate(m_editor->window));
         QVERIFY(desktop().type(QStringLiteral(";sig")));
-        // Nothing can announce an expansion that does not come: give it
-        // several times what one takes before the paste.
+        QVERIFY(editorShows(QStringLiteral(";sig")));
+        // With expansion off no abbreviation can expand as proof, and nothing
+        // announces an expansion that does not come: give it several times
+        // the 120 ms one takes to its paste.
         QTest::qWait(600);
         QCOMPARE(editorText(), QStringLiteral(";sig"));
 
-        QVERIFY(clickExpandSnippets(desktop()));
-        QVERIFY(snippetsRunning());
+        QVERIFY(switchSnippets(desktop(), true));
         QCOMPARE(storedSetting(), QStringLiteral("true"));
         QVERIFY(desktop().activate(m_editor->window));
         QVERIFY(desktop().type(QStringLiteral(" ;sig")));
