@@ -3,6 +3,7 @@
 #include "actions/ActionStore.h"
 #include "settingswindow/ActionEditor.h"
 #include "settingswindow/ActionListModel.h"
+#include "settingswindow/ListSelection.h"
 #include "settingswindow/SettingsStyle.h"
 #include "settingswindow/SymbolIcons.h"
 
@@ -189,14 +190,7 @@ void ActionsTab::rowsChanged() {
 void ActionsTab::showSelection() {
     const int row = m_selected ? m_model->rowOf(*m_selected) : -1;
     m_syncing = true;
-    if (row >= 0) {
-        const QModelIndex index = m_model->index(row);
-        m_list->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
-        m_list->scrollTo(index);
-    } else {
-        m_list->selectionModel()->clearSelection();
-        m_list->selectionModel()->setCurrentIndex({}, QItemSelectionModel::NoUpdate);
-    }
+    ListSelection::show(*m_list, row);
     m_syncing = false;
 
     const bool hasSelection = m_selected.has_value();

@@ -1,6 +1,7 @@
 #include "settingswindow/SnippetsTab.h"
 
 #include "settings/AppSettings.h"
+#include "settingswindow/ListSelection.h"
 #include "settingswindow/SettingsStyle.h"
 #include "settingswindow/SnippetEditor.h"
 #include "settingswindow/SnippetListModel.h"
@@ -248,13 +249,7 @@ void SnippetsTab::selectionChangedByUser() {
 void SnippetsTab::showSelection() {
     const int row = m_selected ? m_model->rowOf(*m_selected) : -1;
     m_syncing = true;
-    if (row >= 0) {
-        const QModelIndex index = m_model->index(row);
-        m_list->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
-        m_list->scrollTo(index);
-    } else {
-        m_list->selectionModel()->clearSelection();
-    }
+    ListSelection::show(*m_list, row);
     m_syncing = false;
 
     const bool hasSelection = m_selected.has_value();
