@@ -2,7 +2,7 @@
 // snippets in the store:
 //  - the time from the abbreviation's last key arriving in the Qt test editor
 //    to the expansion being in the editor (both seen in the file the editor
-//    writes after every change, polled every millisecond);
+//    writes after every change, polled about every millisecond);
 //  - Wendle's whole CPU time per key press (X events, keyboard layout, the
 //    engine), from /proc while xdotool types text that expands nothing.
 
@@ -16,7 +16,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <unistd.h>
 
 using namespace SnippetDesktop;
 
@@ -71,6 +70,10 @@ int main(int argc, char** argv) {
     if (!editor || !desktop.activate(editor->window))
         return fail("the test editor did not start");
 
+    // Another program's clipboard, which every expansion puts back.
+    const ClipboardContent clipboardBefore;
+    if (!ownClipboard(desktop, clipboardBefore))
+        return fail("cannot set the clipboard");
     QList<double> latencies;
     for (int round = 0; round < rounds; ++round) {
         if (!desktop.key(QStringLiteral("ctrl+a")) || !desktop.key(QStringLiteral("BackSpace")) ||
@@ -86,21 +89,21 @@ int main(int argc, char** argv) {
         clock.start();
         qint64 keyAt = -1;
         qint64 expandedAt = -1;
-        while (expandedAt < 0 && clock.elapsed() < 5000) {
+        desktop.waitUntil([&] {
             const QString text = editor->text();
             if (keyAt < 0 && text.endsWith(QStringLiteral(";sig")))
                 keyAt = clock.nsecsElapsed();
             if (text == signature)
                 expandedAt = clock.nsecsElapsed();
-            QCoreApplication::processEvents();
-            usleep(1000);
-        }
+            return expandedAt >= 0;
+        });
         lastKey.waitForFinished(3000);
         if (keyAt < 0 || expandedAt < 0)
             return fail("no expansion");
         latencies.append(double(expandedAt - keyAt) / 1e6);
-        // Let the sequence restore the clipboard before the next round.
-        desktop.waitUntil([] { return false; }, 500);
+        // The expansion ends by putting the clipboard back.
+        if (!clipboardHolds(desktop, clipboardBefore, 5000))
+            return fail("the clipboard was not restored");
     }
 
     // CPU per key press: typing text without any abbreviation, with snippet
@@ -133,6 +136,8 @@ int main(int argc, char** argv) {
             }
             typingMs = clock.elapsed();
         } else {
+            // As long as the typing took: the span is what is measured, no
+            // event marks its end.
             desktop.waitUntil([] { return false; }, int(typingMs));
         }
         return (processCpuSeconds(pid) - start) / typedKeys * 1e6;

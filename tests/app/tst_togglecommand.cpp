@@ -1,5 +1,7 @@
 #include "app/InstanceChannel.h"
 
+#include <QLocalServer>
+#include <QLocalSocket>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
@@ -57,11 +59,20 @@ private Q_SLOTS:
             ++toggles;
             return QByteArray("ok");
         });
+        // Until it answers, the first one's socket hangs up on whoever calls.
+        QLocalServer starting;
+        QVERIFY(starting.listen(InstanceChannel::socketPath()));
+        QSignalSpy called(&starting, &QLocalServer::newConnection);
         QProcess second;
         second.start(QStringLiteral(WENDLE_PROGRAM));
         QVERIFY(second.waitForStarted());
-        QTest::qWait(300);
+        // The second one asks twice without an answer, and waits on.
+        for (int calls = 1; calls <= 2; ++calls) {
+            QVERIFY(called.count() >= calls || called.wait(5000));
+            delete starting.nextPendingConnection();
+        }
         QCOMPARE(second.state(), QProcess::Running);
+        starting.close();
         QVERIFY(first.listen());
         QSignalSpy finished(&second, &QProcess::finished);
         QVERIFY(finished.wait(5000));

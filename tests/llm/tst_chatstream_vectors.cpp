@@ -1,5 +1,6 @@
 #include "LoopbackServer.h"
 #include "LoopbackSettings.h"
+#include "RoundTrip.h"
 #include "RunOutcome.h"
 #include "llm/LLMClient.h"
 #include "settings/Keychain.h"
@@ -111,14 +112,18 @@ class ChatStreamVectorsTest : public QObject {
         std::unique_ptr<ChatStream> stream(
             LLMClient::stream(settingsFor(provider, m_server->url()), instruction, capturedText));
         outcome.watch(stream.get());
-        waitUntil([&] { return outcome.over(); }, 20000);
-        // Nothing more may come after the end.
-        QTest::qWait(1);
+        // Nothing more may come after the end: what is still on its way
+        // arrives before a later exchange is over.
+        if (waitUntil([&] { return outcome.over(); }, 20000) &&
+            !RoundTrip::settled(LLMClient::network(), *m_server, 0))
+            QTest::qFail("the exchange did not come to an end", __FILE__, __LINE__);
         return outcome;
     }
 
     void checkRequest(Provider provider) {
-        QCOMPARE(m_server->requestCount(), 1);
+        // The chat request, then the round trip that showed the end.
+        QCOMPARE(m_server->requestCount(), 2);
+        QCOMPARE(m_server->request(1).path, QByteArray(RoundTrip::path));
         const LoopbackServer::Request request = m_server->request(0);
         QCOMPARE(request.method, QByteArray("POST"));
         QCOMPARE(request.path, chatPath(provider));

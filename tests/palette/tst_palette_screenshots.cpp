@@ -10,7 +10,7 @@
 #include "palette/PaletteView.h"
 
 #include <QAbstractItemView>
-
+#include <QApplication>
 #include <QComboBox>
 #include <QCursor>
 #include <QDir>
@@ -46,13 +46,48 @@ private:
         m_controller->toggle();
         QTRY_COMPARE(shown.count(), 1);
         QTRY_VERIFY(m_controller->panel().isVisible());
-        QTest::qWait(50); // let the window system draw it
+    }
+
+    // True when the screen shows each of `windows` (bottom to top) as it
+    // draws itself now, wherever no window above covers it. Only the inside
+    // of each window counts: the panel's rounded, half-transparent edge is
+    // drawn differently without a compositing manager.
+    static bool onScreen(const QList<QWidget*>& windows) {
+        QScreen* screen = QGuiApplication::primaryScreen();
+        QRegion covered;
+        for (auto window = windows.rbegin(); window != windows.rend(); ++window) {
+            const QRect frame((*window)->mapToGlobal(QPoint(0, 0)), (*window)->size());
+            const QImage drawn = (*window)->grab().toImage().convertToFormat(QImage::Format_RGB32);
+            const QImage shown =
+                screen->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height())
+                    .toImage()
+                    .convertToFormat(QImage::Format_RGB32);
+            if (drawn.size() != frame.size() || shown.size() != frame.size())
+                return false;
+            const QRegion compared = QRegion(frame.adjusted(12, 12, -12, -12)).subtracted(covered);
+            for (const QRect& part : compared) {
+                for (int y = part.top(); y <= part.bottom(); ++y) {
+                    for (int x = part.left(); x <= part.right(); ++x) {
+                        const QPoint at = QPoint(x, y) - frame.topLeft();
+                        if (drawn.pixel(at) != shown.pixel(at))
+                            return false;
+                    }
+                }
+            }
+            covered += frame;
+        }
+        return true;
     }
 
     // Saves the panel's screen area, grown by `extra` on the right and bottom
-    // for menus that reach beyond it.
+    // for menus that reach beyond it, once the screen shows the panel and an
+    // open menu as they are now.
     QImage shoot(const QString& name, QSize extra = QSize(0, 0)) {
-        QTest::qWait(50);
+        QList<QWidget*> windows{&m_controller->panel()};
+        if (QWidget* menu = QApplication::activePopupWidget(); menu && menu != windows.first())
+            windows.append(menu);
+        if (!QTest::qWaitFor([&] { return onScreen(windows); }, 5000))
+            QTest::qFail("the screen does not show the palette as drawn", __FILE__, __LINE__);
         const QRect area = m_controller->panel().frameGeometry().adjusted(
             -10, -10, 10 + extra.width(), 10 + extra.height());
         const QImage image = QGuiApplication::primaryScreen()

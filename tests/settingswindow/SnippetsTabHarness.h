@@ -77,10 +77,7 @@ protected:
         if (!accept || !accept->isEnabled())
             return false;
         QTest::mouseClick(accept, Qt::LeftButton);
-        QDeadlineTimer deadline(std::chrono::seconds(5));
-        while (m_tab->fileDialog() && !deadline.hasExpired())
-            QTest::qWait(10);
-        return !m_tab->fileDialog();
+        return QTest::qWaitFor([&] { return !m_tab->fileDialog(); }, 5000);
     }
 
     std::unique_ptr<SettingsFixture> m_fixture;

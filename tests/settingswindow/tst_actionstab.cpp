@@ -268,6 +268,8 @@ void TestActionsTab::draggingARowWithTheMouse() {
     const auto at = [](const QPoint& p) {
         return QStringList{QString::number(p.x()), QString::number(p.y())};
     };
+    // Paced like a hand, by xdotool itself: the drag runs its own event loop
+    // inside this test, so the test cannot wait for events between the steps.
     QStringList steps{"mousemove"};
     steps << at(from) << "mousedown"
           << "1"

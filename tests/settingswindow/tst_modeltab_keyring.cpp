@@ -13,8 +13,6 @@
 #include <memory>
 #include <optional>
 
-using namespace std::chrono_literals;
-
 // The API key field against the desktop's real keyring (a throwaway
 // gnome-keyring on a private session bus), read back with secret-tool.
 class TestModelTabKeyring : public QObject {
@@ -69,13 +67,7 @@ bool TestModelTabKeyring::store(const QString& key) {
 
 bool TestModelTabKeyring::waitForKeyring(const std::optional<QString>& expected) {
     // The writes go through the keyring in order; the last one is what stays.
-    QDeadlineTimer deadline(10s);
-    while (lookup() != expected) {
-        if (deadline.hasExpired())
-            return false;
-        QTest::qWait(50);
-    }
-    return true;
+    return QTest::qWaitFor([&] { return lookup() == expected; }, 10000);
 }
 
 void TestModelTabKeyring::init() {

@@ -31,6 +31,11 @@ inline Snippet snippet(const QString& abbreviation, const QString& expansion) {
     return Snippet{QUuid::createUuid(), abbreviation, expansion};
 }
 
+// The snippet a test types last, as proof that nothing typed before expanded.
+inline Snippet addressSnippet() {
+    return snippet(";addr", "123 Main Street\nSpringfield");
+}
+
 // One step of an expansion as the desktop saw it, and when.
 struct Step {
     QString what;
@@ -101,10 +106,7 @@ struct EngineFixture {
         std::make_unique<SnippetEngine>(platform, snippets, settings);
     QSignalSpy finished{engine.get(), &SnippetEngine::expansionFinished};
 
-    EngineFixture() {
-        use({snippet(";sig", "Best regards,\nYour Name"),
-             snippet(";addr", "123 Main Street\nSpringfield")});
-    }
+    EngineFixture() { use({snippet(";sig", "Best regards,\nYour Name"), addressSnippet()}); }
 
     FakeKeyWatcher& watcher() { return platform.watcher; }
     TimedKeySender& keys() { return platform.timedKeys; }
@@ -123,21 +125,27 @@ struct EngineFixture {
 
     // Waits until `count` expansions have restored the clipboard.
     bool waitForExpansions(int count) {
-        QElapsedTimer waited;
-        waited.start();
-        while (finished.count() < count && waited.elapsed() < 5000)
-            QTest::qWait(10);
-        return finished.count() == count;
+        return QTest::qWaitFor([&] { return finished.count() >= count; }, 5000) &&
+               finished.count() == count;
     }
 
     // Waits until `count` expansions have sent their paste keystroke (the
     // backspaces have gone out before it).
     bool waitForPastes(int count) {
-        QElapsedTimer waited;
-        waited.start();
-        while (keys().shortcuts.size() < count && waited.elapsed() < 5000)
-            QTest::qWait(5);
-        return keys().shortcuts.size() == count;
+        return QTest::qWaitFor([&] { return keys().shortcuts.size() >= count; }, 5000) &&
+               keys().shortcuts.size() == count;
+    }
+
+    // Types ";addr", which must expand, and waits for its paste: the engine
+    // takes keys in order, so an expansion anything typed before it had
+    // started would have pasted first. True when ";addr" alone expanded.
+    // The snippet list must hold addressSnippet().
+    bool onlyTheNextAbbreviationExpands() {
+        const QStringList& pasted = recordPastes();
+        const int backspacesBefore = backspaces();
+        watcher().typeText(";addr");
+        return waitForPastes(1) && pasted == QStringList{addressSnippet().expansion} &&
+               backspaces() - backspacesBefore == 5 && expansionsStarted() == 1;
     }
 
     int backspaces() const {

@@ -55,7 +55,8 @@ private Q_SLOTS:
         // The shortcut belongs to the other program...
         QVERIFY(desktop().activate(target->window));
         QVERIFY(desktop().key(QStringLiteral("ctrl+alt+space")));
-        QTest::qWait(500);
+        QVERIFY(DesktopSession::waitUntil(
+            [&] { return desktop().output(holder).contains("pressed"); }));
         QVERIFY(!paletteVisible());
 
         // ...but the tray menu's first entry opens the palette on the selection.

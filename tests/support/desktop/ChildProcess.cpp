@@ -148,6 +148,7 @@ void ChildProcess::stop() {
             waitpid(m_pid, &status, 0);
             break;
         }
+        // waitpid cannot wait with a time-out: poll.
         usleep(2000);
     }
     m_pid = -1;
@@ -166,6 +167,7 @@ std::optional<QByteArray> ChildProcess::runToEnd(const QString& program,
     while (waitpid(child.m_pid, &status, WNOHANG) == 0) {
         if (deadline.hasExpired())
             return std::nullopt; // stop() ends it
+        // waitpid cannot wait with a time-out: poll.
         usleep(1000);
     }
     child.m_pid = -1;

@@ -123,6 +123,8 @@ private:
                 return;
             }
             if (m_plan.delay > microseconds(0) && m_plan.delay < milliseconds(1)) {
+                // Pacing the reply, not waiting for anything: the plan's gap
+                // between pieces, shorter than a timer can keep.
                 QThread::usleep(m_plan.delay.count());
                 continue;
             }

@@ -1,7 +1,8 @@
 // Holds Ctrl+Alt+Space (Control+Mod1+space) as a passive grab on the root
 // window, the way another program that owns the shortcut would. Prints
 // "grabbed" once the server has granted it, then keeps the grab until it is
-// ended. Exits 1 if the grab is refused.
+// ended, printing "pressed" for every press the grab takes. Exits 1 if the
+// grab is refused.
 //
 //   wendle-grab-hotkey [lock|numlock|both]   also with Caps Lock / Num Lock on
 
@@ -54,6 +55,8 @@ int main(int argc, char** argv) {
         if ((event->response_type & 0x7f) == XCB_KEY_PRESS) {
             xcb_ungrab_keyboard(c, XCB_CURRENT_TIME);
             xcb_flush(c);
+            std::printf("pressed\n");
+            std::fflush(stdout);
         }
         std::free(event);
     }
