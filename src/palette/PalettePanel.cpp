@@ -3,6 +3,8 @@
 #include "palette/PaletteStyle.h"
 #include "palette/PaletteView.h"
 
+#include <QCloseEvent>
+#include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
 #include <QVBoxLayout>
@@ -19,7 +21,8 @@ QPainterPath outline(const QRectF& rect) {
 
 PalettePanel::PalettePanel(PaletteModel& model, ActionStore& store, QWidget* parent)
     : QWidget(parent, Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint)
-    , m_view(new PaletteView(model, store, this)) {
+    , m_view(new PaletteView(model, store, this))
+    , m_announcedState(QGuiApplication::applicationState()) {
     setObjectName(QStringLiteral("WendlePalette"));
     setWindowTitle(QStringLiteral("Wendle"));
     setAttribute(Qt::WA_TranslucentBackground);
@@ -27,6 +30,8 @@ PalettePanel::PalettePanel(PaletteModel& model, ActionStore& store, QWidget* par
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_view);
     setFixedSize(PaletteView::panelWidth, PaletteView::panelHeight);
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
+            [this](Qt::ApplicationState state) { m_announcedState = state; });
 }
 
 void PalettePanel::paintEvent(QPaintEvent*) {
@@ -44,6 +49,24 @@ void PalettePanel::resizeEvent(QResizeEvent*) {
     // Without a compositing manager the transparent corners would show black;
     // the shape mask cuts them off the window itself.
     setMask(QRegion(outline(QRectF(rect())).toFillPolygon().toPolygon()));
+}
+
+void PalettePanel::closeEvent(QCloseEvent* event) {
+    // QApplication closes every popup when the application becomes inactive,
+    // before it announces the new state. Qt's xcb backend makes the
+    // application inactive 100 ms after one of its windows lost the focus
+    // unless a focus-in comes first: the palette that closed a moment ago
+    // lost it, and the focus-in of the palette shown again may be handled
+    // just after that deadline. The palette closes on its own keys and on a
+    // click outside it, not on Qt's idea of the application's activation.
+    // (Qt tries 1024 times before it gives up on a popup that stays; that
+    // takes about 0.2 ms.)
+    const bool deactivating = QGuiApplication::applicationState() == Qt::ApplicationInactive &&
+                              m_announcedState != Qt::ApplicationInactive;
+    if (deactivating)
+        event->ignore();
+    else
+        event->accept();
 }
 
 void PalettePanel::hideEvent(QHideEvent*) {

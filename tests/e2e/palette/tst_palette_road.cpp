@@ -345,6 +345,50 @@ private Q_SLOTS:
         QCOMPARE(palette().value("selectedText").toString(), QStringLiteral("Press twice."));
     }
 
+    void aPaletteReopenedRightAfterClosingStaysOpen_data() {
+        QTest::addColumn<QString>("closingKey");
+        QTest::newRow("Escape") << QStringLiteral("Escape");
+        QTest::newRow("hot key") << QStringLiteral("ctrl+alt+space");
+    }
+
+    void aPaletteReopenedRightAfterClosingStaysOpen() {
+        QFETCH(QString, closingKey);
+        // A run of about 150 ms: its end comes well after the moment a late
+        // deactivation would have struck.
+        QVERIFY(restartServer(QStringLiteral("ollama_chat_stream_basic.txt"), 15));
+        auto target = editor(QStringLiteral("Open me again."), true);
+        QVERIFY(target);
+        QVERIFY(openAt(QPoint(300, 200)));
+
+        // Qt's X11 backend marks the application inactive about 100 ms after
+        // one of its windows lost the focus, which the closing palette does.
+        // The hot key follows the closing key after a growing pause, so that
+        // the new palette comes up at every moment around that deadline.
+        for (int pause = 0; pause <= 50; pause += 2) {
+            const QString reopened = QStringLiteral("reopened after %1 ms").arg(pause);
+            QVERIFY(paletteStillTakesKeys()); // the old palette is on its second action
+            QVERIFY(desktop().run(QStringLiteral("xdotool"),
+                                  {QStringLiteral("key"), closingKey, QStringLiteral("sleep"),
+                                   QString::number(pause / 1000.0, 'f', 3), QStringLiteral("key"),
+                                   QStringLiteral("ctrl+alt+space")}));
+            QVERIFY2(DesktopSession::waitUntil([] {
+                         const QJsonObject shown = palette();
+                         return shown.value("visible").toBool() && !shown.value("busy").toBool() &&
+                                shown.value("selectedIndex").toInt() == 0;
+                     }),
+                     qPrintable(reopened));
+            // Later it still takes the keys only it handles: a run ends in
+            // its reply, and Backspace goes back to the list.
+            QVERIFY2(desktop().key(QStringLiteral("1")), qPrintable(reopened));
+            QVERIFY2(waitForPhase(QStringLiteral("done")), qPrintable(reopened));
+            QVERIFY2(desktop().key(QStringLiteral("BackSpace")), qPrintable(reopened));
+            QVERIFY2(waitForPhase(QStringLiteral("choose")), qPrintable(reopened));
+            QVERIFY2(paletteVisible(), qPrintable(reopened));
+        }
+        QCOMPARE(palette().value("selectedText").toString(), QStringLiteral("Open me again."));
+        QVERIFY(restartServer(QStringLiteral("ollama_chat_stream_basic.txt")));
+    }
+
     void aDeadServerThenRetryAfterItStarts() {
         desktop().stop(m_server->process);
         m_server.reset();
