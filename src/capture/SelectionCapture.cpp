@@ -39,6 +39,10 @@ QCoro::Task<Result> capture(Platform& platform, Delay delay) {
     Clipboard& clipboard = platform.clipboard();
     if (!platform.permissions().accessibilityGranted())
         co_return fallback(clipboard, noPermissionNote());
+    // An application without a copy keystroke (a default xterm) cannot hand
+    // its selection over: its clipboard text is all there is, at once.
+    if (!platform.keySender().hasShortcut(KeySender::Shortcut::copy))
+        co_return fallback(clipboard, noSelectionNote());
 
     for (int sleeps = 0; platform.modifierState().controlOrOptionHeld() && sleeps < modifierPolls;
          ++sleeps)

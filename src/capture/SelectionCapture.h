@@ -29,7 +29,8 @@ QString noPermissionNote();
 
 // Waits for the hot key's modifiers to be released, sends the copy keystroke,
 // waits for the clipboard to change and restores it. Never fails; leaves the
-// clipboard as it found it.
+// clipboard as it found it. The clipboard's text at once when the front
+// application has no copy keystroke.
 QCoro::Task<Result> capture(Platform& platform, Delay delay = realDelay());
 
 } // namespace SelectionCapture

@@ -24,4 +24,8 @@ public:
     // would interrupt the running program; nothing at all for a terminal
     // that has no such keystroke (xterm).
     virtual void sendShortcut(Shortcut shortcut) = 0;
+
+    // Whether the focused application has a keystroke for `shortcut`, that
+    // is whether sendShortcut would send anything to it now.
+    virtual bool hasShortcut(Shortcut shortcut) = 0;
 };

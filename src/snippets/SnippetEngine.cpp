@@ -171,6 +171,11 @@ void SnippetEngine::handle(const KeyStroke& stroke) {
     if (!winner)
         return;
     m_buffer.clear();
+    // In an application without a paste keystroke (a default xterm) the
+    // expansion could not be put in: the abbreviation stays as typed, and
+    // the clipboard is left alone.
+    if (!m_platform.keySender().hasShortcut(KeySender::Shortcut::paste))
+        return;
     // The key itself reaches the application unchanged; the expansion erases
     // the whole abbreviation, this key included, a moment later.
     expand(int(Graphemes::count(winner->abbreviation)), winner->expansion);

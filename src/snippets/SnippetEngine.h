@@ -19,7 +19,8 @@ struct Snippet;
 
 // Watches what the user types system-wide and, when the last characters end
 // with a snippet's abbreviation, erases the abbreviation and pastes the
-// expansion in its place, leaving the clipboard as it was. Follows the
+// expansion in its place, leaving the clipboard as it was; in an application
+// that cannot paste from a keystroke it leaves the typing alone. Follows the
 // "snippetsEnabled" setting, checked every two seconds.
 class SnippetEngine : public QObject {
     Q_OBJECT

@@ -155,6 +155,33 @@ private Q_SLOTS:
         QCOMPARE(result, (Result{QString(), SelectionSource::none, permissionNote}));
     }
 
+    void anApplicationWithoutACopyKeystrokeGivesTheClipboardAtOnce() {
+        RecordingPlatform platform;
+        platform.keys.shortcutsAvailable = false;
+        platform.modifiers.held = {true}; // Ctrl and Alt still down: no matter
+        platform.clipboardFake.content = userClipboard();
+
+        const Result result =
+            awaited(SelectionCapture::capture(platform, recordingDelay(platform.log)));
+        QCOMPARE(result,
+                 (Result{QStringLiteral("user text"), SelectionSource::clipboard, selectionNote}));
+        QCOMPARE(platform.keys.shortcutQuestions, 1);
+        // No keystroke, no wait, no snapshot: nothing at all happened.
+        QVERIFY(platform.keys.shortcuts.isEmpty());
+        QVERIFY(platform.log.steps.isEmpty());
+        QCOMPARE(platform.modifiers.reads, 0);
+        QCOMPARE(platform.clipboardFake.content, userClipboard());
+    }
+
+    void anApplicationWithoutACopyKeystrokeAndNoClipboardTextGivesNone() {
+        RecordingPlatform platform;
+        platform.keys.shortcutsAvailable = false;
+        const Result result =
+            awaited(SelectionCapture::capture(platform, recordingDelay(platform.log)));
+        QCOMPARE(result, (Result{QString(), SelectionSource::none, selectionNote}));
+        QVERIFY(platform.log.steps.isEmpty());
+    }
+
     void copyWaitsUntilCtrlAndAltAreReleased() {
         RecordingPlatform platform;
         platform.modifiers.held = {true, true, true, false};

@@ -55,6 +55,23 @@ private Q_SLOTS:
         QCOMPARE(f->keys().shortcuts, QList<KeySender::Shortcut>{KeySender::Shortcut::paste});
     }
 
+    void anApplicationWithoutAPasteKeystrokeKeepsWhatWasTyped() {
+        QVERIFY(f->start());
+        f->clipboard().setText("mine");
+        f->keys().shortcutsAvailable = false; // a default xterm has the focus
+        f->watcher().typeText(";sig");
+        QCOMPARE(f->keys().shortcutQuestions, 1);
+        QCOMPARE(f->engine->buffer(), QString());
+        // Typed on in an application that pastes, the next abbreviation is
+        // the only one that expands: ";sig" erased nothing, put nothing on
+        // the clipboard and pasted nothing.
+        f->keys().shortcutsAvailable = true;
+        QVERIFY(f->onlyTheNextAbbreviationExpands());
+        QVERIFY(f->waitForExpansions(1));
+        QCOMPARE(f->keys().shortcutQuestions, 2);
+        QCOMPARE(f->clipboard().text(), QString("mine"));
+    }
+
     void anEmptyClipboardIsEmptyAgainAfterwards() {
         QVERIFY(f->start());
         f->watcher().typeText(";sig");

@@ -116,15 +116,24 @@ void X11KeySender::send(Qt::Key key, Qt::KeyboardModifiers modifiers) {
     m_connection.postMarker();
 }
 
-void X11KeySender::sendShortcut(Shortcut shortcut) {
+std::optional<Qt::KeyboardModifiers> X11KeySender::focusedShortcutModifiers() {
     const xcb_window_t window = m_front.currentWindow();
     const X11FrontWindow::WindowClass names =
         window == XCB_NONE ? X11FrontWindow::WindowClass{} : m_front.windowClass(window);
-    const std::optional<Qt::KeyboardModifiers> modifiers = ApplicationRules::shortcutModifiers(
+    return ApplicationRules::shortcutModifiers(
         ApplicationRules::clipboardKeys(names.instance, names.name));
+}
+
+void X11KeySender::sendShortcut(Shortcut shortcut) {
+    const std::optional<Qt::KeyboardModifiers> modifiers = focusedShortcutModifiers();
     // Without a keystroke the application understands, nothing is sent: a
     // copy that never arrives leaves the clipboard as it was.
     if (!modifiers)
         return;
     send(shortcut == Shortcut::copy ? Qt::Key_C : Qt::Key_V, *modifiers);
+}
+
+bool X11KeySender::hasShortcut(Shortcut) {
+    // An application has both keystrokes or neither.
+    return focusedShortcutModifiers().has_value();
 }

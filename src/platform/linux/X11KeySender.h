@@ -4,6 +4,8 @@
 
 #include <QList>
 
+#include <optional>
+
 #include <xcb/xcb.h>
 
 class XConnection;
@@ -20,6 +22,7 @@ public:
 
     void send(Qt::Key key, Qt::KeyboardModifiers modifiers) override;
     void sendShortcut(Shortcut shortcut) override;
+    bool hasShortcut(Shortcut shortcut) override;
 
 private:
     enum Modifier : unsigned {
@@ -32,6 +35,9 @@ private:
     static constexpr int modifierCount = 5;
 
     unsigned modifierOf(xcb_keycode_t keycode) const;
+    // The modifiers the focused application copies and pastes with (C and
+    // V), or nothing when it has no such keystroke.
+    std::optional<Qt::KeyboardModifiers> focusedShortcutModifiers();
     void fake(quint8 type, xcb_keycode_t keycode);
 
     XConnection& m_connection;

@@ -3,6 +3,7 @@
 
 #include "capture/SelectionCapture.h"
 
+#include <QElapsedTimer>
 #include <QRegularExpression>
 
 using namespace PaletteDesktop;
@@ -426,8 +427,8 @@ private Q_SLOTS:
 
     void aDefaultXtermNeverReceivesCtrlC() {
         // A default xterm has no keystroke for the CLIPBOARD: nothing is sent
-        // to it, so the clipboard's text is used, with its note, even though
-        // a word is selected.
+        // to it, so the clipboard's text is used at once, with its note, even
+        // though a word is selected.
         const ClipboardContent before = ClipboardContent::textOnly("Words on the clipboard.");
         QProcess* owner = ownClipboard(desktop(), before);
         QVERIFY(owner);
@@ -436,7 +437,19 @@ private Q_SLOTS:
         QVERIFY(term);
         QCOMPARE(selectWord(*term), std::optional<QString>(QStringLiteral("select")));
 
-        QVERIFY(openAt(QPoint(400, 300)));
+        // The palette opens at once, while Ctrl and Alt are still held: a
+        // capture that copies would first wait up to 600 ms for them to go
+        // up, then up to 500 ms for the copy.
+        QVERIFY(desktop().mouseMove(400, 300));
+        QVERIFY(desktop().keyDown(QStringLiteral("ctrl+alt")));
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(desktop().key(QStringLiteral("space")));
+        const bool opened = DesktopSession::waitUntil(&paletteVisible);
+        const qint64 openedMs = clock.elapsed();
+        QVERIFY(desktop().keyUp(QStringLiteral("ctrl+alt")));
+        QVERIFY(opened);
+        QVERIFY2(openedMs < 600, qPrintable(QStringLiteral("opened after %1 ms").arg(openedMs)));
         QCOMPARE(palette().value("source").toString(), QStringLiteral("clipboard"));
         QCOMPARE(palette().value("selectedText").toString(),
                  QStringLiteral("Words on the clipboard."));

@@ -16,7 +16,8 @@
 #include <optional>
 
 // What the snippet end-to-end tests share: the user's files as Wendle reads
-// them, Wendle itself, a clipboard owned by another program, and l3afpad.
+// them, Wendle itself, a clipboard owned by another program, l3afpad and
+// xterm.
 
 namespace SnippetDesktop {
 
@@ -168,6 +169,39 @@ inline bool clipboardHolds(DesktopSession& desktop, const ClipboardContent& cont
             return true;
         },
         timeoutMs);
+}
+
+// A default xterm running a program that appends every byte it is given to
+// a file: no line editing, no echo, so backspaces arrive as bytes too.
+struct RecordingTerminal {
+    QProcess* process = nullptr;
+    quint64 window = 0;
+    QString record;
+
+    QByteArray recorded() const {
+        QFile f(record);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+};
+
+// Starts it with the title `name`, activates it and waits until its program
+// takes input.
+inline std::optional<RecordingTerminal> startXterm(DesktopSession& desktop, const QString& name) {
+    RecordingTerminal terminal;
+    terminal.record = desktop.tempPath() + QLatin1Char('/') + name + QStringLiteral(".typed");
+    const QString script =
+        QStringLiteral("stty -icanon min 1 time 0 -echo; while :; do cat >> %1; done")
+            .arg(terminal.record);
+    terminal.process = desktop.start(QStringLiteral("xterm"),
+                                     {QStringLiteral("-T"), name, QStringLiteral("-e"),
+                                      QStringLiteral("sh"), QStringLiteral("-c"), script});
+    if (!terminal.process)
+        return std::nullopt;
+    terminal.window = desktop.findWindowByName(QLatin1Char('^') + name + QLatin1Char('$'), 10000);
+    if (!terminal.window || !desktop.activate(terminal.window) ||
+        !DesktopSession::waitUntil([&] { return QFile::exists(terminal.record); }))
+        return std::nullopt;
+    return terminal;
 }
 
 // l3afpad editing `file`: a GTK editor, read back by saving with Ctrl+S.

@@ -2,10 +2,13 @@
 #include "SnippetDesktop.h"
 #include "texts/Texts.h"
 
+#include <QScopeGuard>
+
 using namespace SnippetDesktop;
 
 // Wendle expanding snippets on a real X desktop: xdotool types into the Qt
-// test editor, and the editor's saved text and the clipboard show the result.
+// test editor (and a default xterm), and the editor's saved text, what the
+// terminal's program received and the clipboard show the result.
 // Snippets are switched on the settings window's Snippets tab, opened from
 // the tray menu.
 class TestSnippetsDesktop : public QObject {
@@ -111,6 +114,27 @@ private Q_SLOTS:
         QVERIFY2(editorShows(signature), qPrintable(editorText()));
         QVERIFY(desktop().type(QStringLiteral(";addr")));
         QVERIFY2(editorShows(signature + address), qPrintable(editorText()));
+    }
+
+    void inADefaultXtermTheAbbreviationStaysAsTyped() {
+        // A default xterm has no paste keystroke: an expansion could not be
+        // put in, so not even the abbreviation is erased.
+        const ClipboardContent before;
+        QVERIFY(ownClipboard(desktop(), before));
+        auto xterm = startXterm(desktop(), QStringLiteral("wendle-snippets-xterm"));
+        QVERIFY(xterm);
+        const auto stop = qScopeGuard([&] { desktop().stop(xterm->process); });
+        QVERIFY(desktop().type(QStringLiteral(";sig")));
+        QVERIFY(DesktopSession::waitUntil([&] { return xterm->recorded() == ";sig"; }));
+
+        // In the editor the next abbreviation expands, and only it: Wendle
+        // takes keys in order, so an expansion of ";sig" would have erased
+        // and pasted before this one is done.
+        QVERIFY(desktop().activate(m_editor->window));
+        QVERIFY(desktop().type(QStringLiteral(";addr")));
+        QVERIFY2(editorShows(address), qPrintable(editorText()));
+        QCOMPARE(xterm->recorded(), QByteArray(";sig"));
+        QVERIFY(clipboardHolds(desktop(), before, 3000));
     }
 
     void theTrayMenuHoldsItsEntriesAndNoMore() {

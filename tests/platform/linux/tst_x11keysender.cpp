@@ -1,7 +1,7 @@
 // XTest key presses reach the focused window with exactly the modifiers asked
 // for, also while the user holds others; terminals get their own copy and
 // paste keystrokes with their default bindings (st: Ctrl+Shift+C/V; xterm:
-// none, so nothing at all) and never a Ctrl+C.
+// none, so nothing at all, and the sender says so) and never a Ctrl+C.
 
 #include "X11TestSupport.h"
 
@@ -116,6 +116,8 @@ void TestX11KeySender::copiesAndPastesInAnEditor() {
     auto editor = desktop().startEditor({.text = QStringLiteral("copy me"), .selectAll = true});
     QVERIFY(editor);
     QVERIFY(desktop().activate(editor->window));
+    QVERIFY(sender().hasShortcut(KeySender::Shortcut::copy));
+    QVERIFY(sender().hasShortcut(KeySender::Shortcut::paste));
     QVERIFY(desktop().setClipboard("old"));
     sender().sendShortcut(KeySender::Shortcut::copy);
     QVERIFY(DesktopSession::waitUntil(
@@ -190,6 +192,8 @@ void TestX11KeySender::stGetsItsShiftedShortcuts() {
     auto st = startTerminal(QStringLiteral("stterm"), QStringLiteral("wendle-st"));
     QVERIFY(st);
     QCOMPARE(m_platform->frontWindow().current().windowClass, QStringLiteral("st-256color"));
+    QVERIFY(sender().hasShortcut(KeySender::Shortcut::copy));
+    QVERIFY(sender().hasShortcut(KeySender::Shortcut::paste));
 
     // Select the word, then copy it our way: the clipboard takes the
     // selection. (st takes any click in the first 600 ms after its start for
@@ -218,6 +222,9 @@ void TestX11KeySender::aDefaultXtermGetsNothing() {
     auto xterm = startTerminal(QStringLiteral("xterm"), QStringLiteral("wendle-xterm"));
     QVERIFY(xterm);
     QCOMPARE(m_platform->frontWindow().current().windowClass, QStringLiteral("XTerm"));
+    // It says so when asked.
+    QVERIFY(!sender().hasShortcut(KeySender::Shortcut::copy));
+    QVERIFY(!sender().hasShortcut(KeySender::Shortcut::paste));
     QVERIFY(desktop().setClipboard("unchanged"));
     QVERIFY(selectFirstWord(*xterm));
 

@@ -32,17 +32,27 @@ public:
     };
     QList<Sent> sent;
     QList<Shortcut> shortcuts;
-    // Runs after each shortcut, so a test can play the application that
-    // receives it (for example put the "selection" on the clipboard).
+    // Runs after each shortcut the application has a keystroke for, so a
+    // test can play the application that receives it (for example put the
+    // "selection" on the clipboard).
     std::function<void(Shortcut)> onShortcut;
+    // false: the focused application has no copy or paste keystroke (a
+    // default xterm); sendShortcut still records what it was asked.
+    bool shortcutsAvailable = true;
+    // How often hasShortcut was asked.
+    int shortcutQuestions = 0;
 
     void send(Qt::Key key, Qt::KeyboardModifiers modifiers) override {
         sent.append({key, modifiers});
     }
     void sendShortcut(Shortcut shortcut) override {
         shortcuts.append(shortcut);
-        if (onShortcut)
+        if (shortcutsAvailable && onShortcut)
             onShortcut(shortcut);
+    }
+    bool hasShortcut(Shortcut) override {
+        ++shortcutQuestions;
+        return shortcutsAvailable;
     }
 };
 
