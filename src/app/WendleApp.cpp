@@ -7,6 +7,7 @@
 #include "hotkey/HotKey.h"
 #include "palette/PaletteController.h"
 #include "palette/PaletteIcons.h"
+#include "permissions/Alert.h"
 #include "permissions/Onboarding.h"
 #include "platform/Platform.h"
 #include "settings/Preferences.h"
@@ -15,8 +16,6 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QMessageBox>
-#include <QPushButton>
 #include <QSystemTrayIcon>
 #include <QThread>
 
@@ -56,19 +55,14 @@ void choosePlatformPlugin() {
         qputenv("QT_QPA_PLATFORM", preferred + ";offscreen");
 }
 
-bool askSnippetPermission() {
-    // The snippet engine needs an answer before it goes on: a modal alert.
-    QMessageBox box;
-    box.setWindowTitle(QStringLiteral("Wendle"));
-    box.setIcon(QMessageBox::Information);
-    box.setText(Texts::snippetsPermissionMessage());
-    box.setInformativeText(Texts::snippetsPermissionInformative());
-    QPushButton* proceed = box.addButton(QStringLiteral("Continue"), QMessageBox::AcceptRole);
-    box.addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
-    box.setDefaultButton(proceed);
-    Platform::shared().shell().activate();
-    box.exec();
-    return box.clickedButton() == proceed;
+// The snippet engine's question before it watches keystrokes: a modal alert,
+// true for "Continue".
+QCoro::Task<bool> askSnippetPermission() {
+    Alert::Content question;
+    question.message = Texts::snippetsPermissionMessage();
+    question.informative = Texts::snippetsPermissionInformative();
+    question.buttons = {QStringLiteral("Continue"), QStringLiteral("Cancel")};
+    co_return co_await Alert::show(std::move(question)) == 0;
 }
 
 } // namespace

@@ -131,12 +131,7 @@ SnippetsTab::SnippetsTab(SnippetStore& store, AppSettings& settings, SnippetEngi
     m_messageLabel->hide();
     page->addWidget(m_messageLabel);
 
-    // The switch asks the engine, which may ask for the permission and
-    // writes the setting itself; the switch then shows what was decided.
-    connect(m_switch, &ToggleSwitch::clicked, this, [this](bool on) {
-        m_engine.setEnabled(on);
-        showSwitch();
-    });
+    connect(m_switch, &ToggleSwitch::clicked, this, &SnippetsTab::switchClicked);
     connect(&m_settings, &AppSettings::snippetsEnabledChanged, this, &SnippetsTab::showSwitch);
     connect(m_search, &QLineEdit::textChanged, m_model, &SnippetListModel::setQuery);
     connect(m_add, &QToolButton::clicked, this, &SnippetsTab::add);
@@ -149,6 +144,16 @@ SnippetsTab::SnippetsTab(SnippetStore& store, AppSettings& settings, SnippetEngi
 
     showSwitch();
     showSelection();
+}
+
+QCoro::Task<> SnippetsTab::switchClicked(bool on) {
+    // The engine may ask for the permission first and writes the setting
+    // itself; until it has decided, the switch stays where the user put it,
+    // then it shows what was decided.
+    QPointer<SnippetsTab> self(this);
+    co_await m_engine.setEnabled(on);
+    if (self)
+        self->showSwitch();
 }
 
 QString SnippetsTab::query() const {

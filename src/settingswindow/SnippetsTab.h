@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoroTask>
 #include <QPointer>
 #include <QUuid>
 #include <QWidget>
@@ -50,6 +51,7 @@ private:
     void selectionChangedByUser();
     void showSelection();
     void showSwitch();
+    QCoro::Task<> switchClicked(bool on);
     void setMessage(const QString& message);
     QFileDialog* makeDialog(const QString& title);
 

@@ -102,23 +102,33 @@ void SnippetEngine::tick() {
     }
 }
 
-void SnippetEngine::setEnabled(bool on) {
-    PermissionService& permissions = m_platform.permissions();
+QCoro::Task<> SnippetEngine::setEnabled(bool on) {
     if (!on) {
         m_settings.setSnippetsEnabled(false);
         stop();
-        return;
+        co_return;
     }
-    if (permissions.inputMonitoringGranted()) {
+    if (m_platform.permissions().inputMonitoringGranted()) {
         m_settings.setSnippetsEnabled(true);
         tick();
-        return;
+        co_return;
     }
+    if (!m_prompt || m_asking)
+        co_return; // "Cancel", or the open question answers for both
     m_platform.shell().activate();
-    const bool proceed = m_prompt && m_prompt();
+    m_asking = true;
+    QPointer<SnippetEngine> self(this);
+    // A copy: the prompt may be replaced while its question is open, and a
+    // coroutine lambda's captures live in the lambda.
+    const PermissionPrompt prompt = m_prompt;
+    const bool proceed = co_await prompt();
+    if (!self)
+        co_return;
+    m_asking = false;
     if (!proceed)
-        return; // the setting keeps its value and the switch shows off again
+        co_return; // the setting keeps its value and the switch shows off again
     m_settings.setSnippetsEnabled(true);
+    PermissionService& permissions = m_platform.permissions();
     permissions.requestInputMonitoring();
     permissions.openPane(PermissionService::Pane::inputMonitoring);
     // The two-second poll starts the watcher once the permission is granted.

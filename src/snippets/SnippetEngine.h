@@ -33,9 +33,10 @@ public:
     static SnippetEngine& shared();
 
     // Asked when the user switches snippets on without the Input Monitoring
-    // permission: shows the explanation and answers true for "Continue". The
-    // application installs a dialog; without one the answer is "Cancel".
-    using PermissionPrompt = std::function<bool()>;
+    // permission: shows the explanation and answers true for "Continue",
+    // suspending meanwhile. The application installs an alert; without one
+    // the answer is "Cancel".
+    using PermissionPrompt = std::function<QCoro::Task<bool>()>;
     void setPermissionPrompt(PermissionPrompt prompt);
 
     // True while the key watcher runs.
@@ -47,8 +48,10 @@ public:
     // One reconciliation: starts the watcher when snippets are on and the
     // permission is there, stops it when they are off.
     void tick();
-    // The user's switch.
-    void setEnabled(bool on);
+    // The user's switch. Done once the setting has its new value: at once,
+    // or when the user has answered the permission question. While that
+    // question is open, switching on again asks nothing more.
+    QCoro::Task<> setEnabled(bool on);
 
     // The most recent typed characters, at most 64 (for tests).
     QString buffer() const { return m_buffer; }
@@ -80,6 +83,7 @@ private:
     QTimer m_timer;
     QString m_buffer;
     bool m_isRunning = false;
+    bool m_asking = false; // the permission question is open
     // Rebuilt lazily after the store's list changes.
     AbbreviationIndex m_index;
     bool m_indexStale = true;

@@ -2,6 +2,7 @@
 
 #include "actions/ActionStore.h"
 #include "fakes/FakePlatform.h"
+#include "fakes/PendingQuestion.h"
 #include "settings/AppSettings.h"
 #include "settingswindow/SettingsServices.h"
 #include "snippets/SnippetEngine.h"

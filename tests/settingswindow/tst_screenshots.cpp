@@ -245,7 +245,7 @@ void TestScreenshots::snippetsTab() {
 
 void TestScreenshots::snippetsTabWarningsAndWaiting() {
     m_fixture->platform.permissionsFake.inputMonitoring = false;
-    m_fixture->engine.setPermissionPrompt([] { return true; });
+    m_fixture->engine.setPermissionPrompt(PendingQuestion::answeredAtOnce(true));
     build();
     show(SettingsTab::snippets);
     QTest::mouseClick(m_window->findChild<ToggleSwitch*>(QStringLiteral("expand")), Qt::LeftButton);

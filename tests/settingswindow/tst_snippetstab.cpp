@@ -247,27 +247,37 @@ void TestSnippetsTab::switchWithPermissionIsActive() {
 
 void TestSnippetsTab::switchCancelledStaysOff() {
     m_fixture->platform.permissionsFake.inputMonitoring = false;
-    int asked = 0;
-    m_fixture->engine.setPermissionPrompt([&] {
-        ++asked;
-        return false; // "Cancel"
-    });
+    PendingQuestion question;
+    m_fixture->engine.setPermissionPrompt(question.prompt());
     auto* expand = child<ToggleSwitch>("expand");
+    auto* status = child<SnippetStatusView>("snippetStatus");
     QTest::mouseClick(expand, Qt::LeftButton);
-    QCOMPARE(asked, 1);
+    // While the question is open the switch stays where the user put it;
+    // nothing is decided yet.
+    QVERIFY(question.isOpen());
+    QCOMPARE(question.asked, 1);
+    QVERIFY(expand->isChecked());
     QVERIFY(!m_fixture->settings.snippetsEnabled());
-    QVERIFY(!expand->isChecked());
-    QCOMPARE(child<SnippetStatusView>("snippetStatus")->state(), SnippetStatusView::State::off);
+    QCOMPARE(status->state(), SnippetStatusView::State::off);
+
+    question.answer(false); // "Cancel"
+    QTRY_VERIFY(!expand->isChecked());
+    QVERIFY(!question.isOpen());
+    QVERIFY(!m_fixture->settings.snippetsEnabled());
+    QCOMPARE(status->state(), SnippetStatusView::State::off);
 }
 
 void TestSnippetsTab::switchWithoutPermissionWaitsUntilGranted() {
     FakePermissions& permissions = m_fixture->platform.permissionsFake;
     permissions.inputMonitoring = false;
-    m_fixture->engine.setPermissionPrompt([] { return true; }); // "Continue"
+    PendingQuestion question;
+    m_fixture->engine.setPermissionPrompt(question.prompt());
     auto* expand = child<ToggleSwitch>("expand");
     QTest::mouseClick(expand, Qt::LeftButton);
+    QVERIFY(question.isOpen());
+    question.answer(true); // "Continue"
+    QTRY_VERIFY(m_fixture->settings.snippetsEnabled());
     QVERIFY(expand->isChecked());
-    QVERIFY(m_fixture->settings.snippetsEnabled());
     auto* status = child<SnippetStatusView>("snippetStatus");
     QCOMPARE(status->state(), SnippetStatusView::State::waiting);
     auto* waiting = status->findChild<QWidget*>(QStringLiteral("waiting"));
@@ -298,7 +308,7 @@ void TestSnippetsTab::noSettingsButtonWithoutSettingsPages() {
     m_tab.reset();
     makeTab(&x11);
     m_fixture->platform.permissionsFake.inputMonitoring = false;
-    m_fixture->engine.setPermissionPrompt([] { return true; });
+    m_fixture->engine.setPermissionPrompt(PendingQuestion::answeredAtOnce(true));
     QTest::mouseClick(child<ToggleSwitch>("expand"), Qt::LeftButton);
     auto* status = child<SnippetStatusView>("snippetStatus");
     QCOMPARE(status->state(), SnippetStatusView::State::waiting);

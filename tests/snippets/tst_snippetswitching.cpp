@@ -1,4 +1,5 @@
 #include "EngineFixture.h"
+#include "fakes/PendingQuestion.h"
 
 // Starting and stopping the engine: the setting, the two-second poll, the
 // user's switch and the permission prompt.
@@ -104,32 +105,35 @@ private Q_SLOTS:
     }
 
     void switchingOnWithThePermissionStartsAtOnceWithoutAPrompt() {
-        int prompts = 0;
-        f->engine->setPermissionPrompt([&] {
-            ++prompts;
-            return true;
-        });
-        f->engine->setEnabled(true);
+        PendingQuestion question;
+        f->engine->setPermissionPrompt(question.prompt());
+        const QCoro::Task<> switched = f->engine->setEnabled(true);
+        QVERIFY(switched.isReady());
         QVERIFY(f->engine->isRunning());
-        QCOMPARE(prompts, 0);
+        QCOMPARE(question.asked, 0);
         QCOMPARE(f->platform.shellFake.activations, 0);
         QCOMPARE(f->permissions().inputMonitoringRequests, 0);
     }
 
     void cancelInThePromptChangesNothing() {
         f->permissions().inputMonitoring = false;
-        int prompts = 0;
-        int activationsBeforePrompt = -1;
-        f->engine->setPermissionPrompt([&] {
-            ++prompts;
-            activationsBeforePrompt = f->platform.shellFake.activations;
-            return false;
-        });
+        PendingQuestion question;
+        int activationsWhenAsked = -1;
+        question.onAsked = [&] { activationsWhenAsked = f->platform.shellFake.activations; };
+        f->engine->setPermissionPrompt(question.prompt());
         QSignalSpy setting(&f->settings, &AppSettings::snippetsEnabledChanged);
-        f->engine->setEnabled(true);
-        QCOMPARE(prompts, 1);
+
+        QCoro::Task<> switched = f->engine->setEnabled(true);
+        // The question is open and nothing waits for it: the call is back.
+        QVERIFY(question.isOpen());
+        QVERIFY(!switched.isReady());
+        QCOMPARE(question.asked, 1);
         // The application comes to the front before the alert shows.
-        QCOMPARE(activationsBeforePrompt, 1);
+        QCOMPARE(activationsWhenAsked, 1);
+        QVERIFY(!f->settings.snippetsEnabled());
+
+        question.answer(false);
+        QCoro::waitFor(std::move(switched));
         QVERIFY(!f->settings.snippetsEnabled());
         QVERIFY(!f->store.contains("snippetsEnabled"));
         QCOMPARE(setting.count(), 0);
@@ -140,7 +144,8 @@ private Q_SLOTS:
 
     void withoutAPromptTheAnswerIsCancel() {
         f->permissions().inputMonitoring = false;
-        f->engine->setEnabled(true);
+        const QCoro::Task<> switched = f->engine->setEnabled(true);
+        QVERIFY(switched.isReady());
         QVERIFY(!f->settings.snippetsEnabled());
         QCOMPARE(f->permissions().inputMonitoringRequests, 0);
         QVERIFY(!f->engine->isRunning());
@@ -148,8 +153,17 @@ private Q_SLOTS:
 
     void continueInThePromptAsksAndStartsOnceGranted() {
         f->permissions().inputMonitoring = false;
-        f->engine->setPermissionPrompt([] { return true; });
-        f->engine->setEnabled(true);
+        PendingQuestion question;
+        f->engine->setPermissionPrompt(question.prompt());
+        QCoro::Task<> switched = f->engine->setEnabled(true);
+        QVERIFY(question.isOpen());
+        // Nothing is asked of the system before the user has answered.
+        QVERIFY(!f->settings.snippetsEnabled());
+        QCOMPARE(f->permissions().inputMonitoringRequests, 0);
+        QVERIFY(f->permissions().openedPanes.isEmpty());
+
+        question.answer(true);
+        QCoro::waitFor(std::move(switched));
         QVERIFY(f->settings.snippetsEnabled());
         QVERIFY(f->store.value("snippetsEnabled").toBool());
         QCOMPARE(f->permissions().inputMonitoringRequests, 1);
@@ -162,6 +176,51 @@ private Q_SLOTS:
         f->permissions().inputMonitoring = true;
         f->engine->tick();
         QVERIFY(f->engine->isRunning());
+    }
+
+    void aPromptThatAnswersAtOnceDecidesAtOnce() {
+        f->permissions().inputMonitoring = false;
+        f->engine->setPermissionPrompt(PendingQuestion::answeredAtOnce(true));
+        const QCoro::Task<> switched = f->engine->setEnabled(true);
+        QVERIFY(switched.isReady());
+        QVERIFY(f->settings.snippetsEnabled());
+        QCOMPARE(f->permissions().inputMonitoringRequests, 1);
+    }
+
+    void switchingOnAgainWhileTheQuestionIsOpenAsksNothingMore() {
+        f->permissions().inputMonitoring = false;
+        PendingQuestion question;
+        f->engine->setPermissionPrompt(question.prompt());
+        QCoro::Task<> first = f->engine->setEnabled(true);
+        const QCoro::Task<> second = f->engine->setEnabled(true);
+        QVERIFY(second.isReady());
+        QCOMPARE(question.asked, 1);
+        QCOMPARE(f->platform.shellFake.activations, 1);
+
+        question.answer(true);
+        QCoro::waitFor(std::move(first));
+        QCOMPARE(f->permissions().inputMonitoringRequests, 1);
+        // Answered, the question may be asked again.
+        f->settings.setSnippetsEnabled(false);
+        QCoro::Task<> third = f->engine->setEnabled(true);
+        QCOMPARE(question.asked, 2);
+        question.answer(false);
+        QCoro::waitFor(std::move(third));
+        QVERIFY(!f->settings.snippetsEnabled());
+    }
+
+    void anEngineGoneWhileAskingTakesNoStep() {
+        f->permissions().inputMonitoring = false;
+        PendingQuestion question;
+        f->engine->setPermissionPrompt(question.prompt());
+        QCoro::Task<> switched = f->engine->setEnabled(true);
+        QVERIFY(question.isOpen());
+        f->engine.reset();
+        question.answer(true);
+        QCoro::waitFor(std::move(switched));
+        QVERIFY(!f->settings.snippetsEnabled());
+        QCOMPARE(f->permissions().inputMonitoringRequests, 0);
+        QVERIFY(f->permissions().openedPanes.isEmpty());
     }
 };
 
