@@ -5,7 +5,6 @@
 #include "settingswindow/ActionListModel.h"
 #include "settingswindow/ListSelection.h"
 #include "settingswindow/SettingsStyle.h"
-#include "settingswindow/SymbolIcons.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -16,20 +15,6 @@
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
-
-namespace {
-
-QToolButton* iconButton(const QString& symbol, const QString& name, QWidget* parent) {
-    auto* button = new QToolButton(parent);
-    button->setObjectName(name);
-    button->setIcon(SymbolIcons::icon(symbol, parent->palette().color(QPalette::ButtonText)));
-    button->setIconSize(QSize(14, 14));
-    button->setToolTip(name);
-    button->setAutoRaise(false);
-    return button;
-}
-
-} // namespace
 
 ActionsTab::ActionsTab(ActionStore& store, QWidget* parent)
     : QWidget(parent)
@@ -58,10 +43,10 @@ ActionsTab::ActionsTab(ActionStore& store, QWidget* parent)
 
     auto* buttons = new QHBoxLayout;
     buttons->setSpacing(6);
-    m_add = iconButton(QStringLiteral("plus"), QStringLiteral("add"), left);
-    m_delete = iconButton(QStringLiteral("minus"), QStringLiteral("delete"), left);
-    m_up = iconButton(QStringLiteral("arrow.up"), QStringLiteral("up"), left);
-    m_down = iconButton(QStringLiteral("arrow.down"), QStringLiteral("down"), left);
+    m_add = SettingsStyle::iconButton(QStringLiteral("plus"), QStringLiteral("add"), left);
+    m_delete = SettingsStyle::iconButton(QStringLiteral("minus"), QStringLiteral("delete"), left);
+    m_up = SettingsStyle::iconButton(QStringLiteral("arrow.up"), QStringLiteral("up"), left);
+    m_down = SettingsStyle::iconButton(QStringLiteral("arrow.down"), QStringLiteral("down"), left);
     m_reset = new QPushButton(QStringLiteral("Reset…"), left);
     m_reset->setObjectName(QStringLiteral("reset"));
     m_reset->setAutoDefault(false);

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QJsonArray>
 #include <QLineEdit>
+#include <QMenu>
 #include <QTabBar>
 #include <QTabWidget>
 
@@ -85,6 +86,10 @@ QJsonObject state() {
                                                 bar->tabRect(i).size())));
     all.insert(QStringLiteral("tabs"), tabs);
     all.insert(QStringLiteral("controls"), controls(window));
+    bool menuShown = false;
+    for (const QMenu* menu : window->findChildren<QMenu*>())
+        menuShown = menuShown || menu->isVisible();
+    all.insert(QStringLiteral("menuShown"), menuShown);
     return all;
 }
 

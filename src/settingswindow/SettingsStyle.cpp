@@ -1,11 +1,13 @@
 #include "settingswindow/SettingsStyle.h"
 
+#include "settingswindow/SymbolIcons.h"
 #include "settingswindow/WrappingLabel.h"
 
 #include <QFontDatabase>
 #include <QFrame>
 #include <QLabel>
 #include <QPalette>
+#include <QToolButton>
 
 namespace {
 
@@ -92,6 +94,15 @@ QFrame* divider(QWidget* parent) {
     line->setFrameShape(QFrame::HLine);
     line->setFrameShadow(QFrame::Sunken);
     return line;
+}
+
+QToolButton* iconButton(const QString& symbol, const QString& name, QWidget* parent) {
+    auto* button = new QToolButton(parent);
+    button->setObjectName(name);
+    button->setIcon(SymbolIcons::icon(symbol, parent->palette().color(QPalette::ButtonText)));
+    button->setIconSize(QSize(14, 14));
+    button->setToolTip(name);
+    return button;
 }
 
 QString outlinedEditorStyle(const QPalette& palette) {

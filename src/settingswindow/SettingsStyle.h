@@ -7,11 +7,12 @@
 class QFrame;
 class QLabel;
 class QPalette;
+class QToolButton;
 class QWidget;
 
 // The look shared by the settings tabs: text sizes relative to the
-// application font, the secondary and status colours, dividers and the
-// outline of the multi-line editors.
+// application font, the secondary and status colours, dividers, the symbol
+// buttons under the lists and the outline of the multi-line editors.
 namespace SettingsStyle {
 
 // Padding around every tab's content.
@@ -38,6 +39,10 @@ QLabel* captionLabel(const QString& text, QWidget* parent = nullptr);
 QLabel* headlineLabel(const QString& text, QWidget* parent = nullptr);
 // A thin horizontal line.
 QFrame* divider(QWidget* parent = nullptr);
+// A small button showing `symbol` in the button text colour of `parent`'s
+// palette, for the add, delete and move buttons under a list; `name` is its
+// object name and tool tip.
+QToolButton* iconButton(const QString& symbol, const QString& name, QWidget* parent);
 
 // Style sheet for a multi-line editor outlined by a rounded rectangle
 // (radius 4, 1 pixel, the secondary colour at 40 % opacity).

@@ -24,19 +24,6 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-namespace {
-
-QToolButton* iconButton(const QString& symbol, const QString& name, QWidget* parent) {
-    auto* button = new QToolButton(parent);
-    button->setObjectName(name);
-    button->setIcon(SymbolIcons::icon(symbol, parent->palette().color(QPalette::ButtonText)));
-    button->setIconSize(QSize(14, 14));
-    button->setToolTip(name);
-    return button;
-}
-
-} // namespace
-
 SnippetsTab::SnippetsTab(SnippetStore& store, AppSettings& settings, SnippetEngine& engine,
                          PermissionService& permissions, QWidget* parent)
     : QWidget(parent)
@@ -93,8 +80,8 @@ SnippetsTab::SnippetsTab(SnippetStore& store, AppSettings& settings, SnippetEngi
     column->addWidget(m_list, 1);
 
     auto* buttons = new QHBoxLayout;
-    m_add = iconButton(QStringLiteral("plus"), QStringLiteral("add"), left);
-    m_delete = iconButton(QStringLiteral("minus"), QStringLiteral("delete"), left);
+    m_add = SettingsStyle::iconButton(QStringLiteral("plus"), QStringLiteral("add"), left);
+    m_delete = SettingsStyle::iconButton(QStringLiteral("minus"), QStringLiteral("delete"), left);
     m_import = new QPushButton(QStringLiteral("Import…"), left);
     m_import->setObjectName(QStringLiteral("import"));
     m_import->setAutoDefault(false);

@@ -103,6 +103,14 @@ inline bool paletteVisible() {
 inline QString phase() {
     return palette().value(QStringLiteral("phase")).toString();
 }
+// Wendle's tray: its menu's entries, whether the menu is on the screen, and
+// where the icon is.
+inline QJsonObject tray() {
+    return state().value(QStringLiteral("tray")).toObject();
+}
+inline bool trayMenuShown() {
+    return tray().value(QStringLiteral("menuShown")).toBool();
+}
 inline QStringList alertMessages() {
     QStringList messages;
     for (const QJsonValue& alert : state().value(QStringLiteral("alerts")).toArray())

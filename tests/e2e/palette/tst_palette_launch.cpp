@@ -60,17 +60,14 @@ private Q_SLOTS:
         QVERIFY(!paletteVisible());
 
         // ...but the tray menu's first entry opens the palette on the selection.
-        const quint64 icon = desktop().findWindowByClass(QStringLiteral("^wendle$"));
-        QVERIFY(icon);
-        QVERIFY(desktop().mouseMove(8, 8, icon));
+        const QJsonObject icon = tray().value(QStringLiteral("icon")).toObject();
+        QVERIFY(icon.value(QStringLiteral("width")).toInt() > 0);
+        QVERIFY(desktop().mouseMove(icon.value(QStringLiteral("x")).toInt() +
+                                        icon.value(QStringLiteral("width")).toInt() / 2,
+                                    icon.value(QStringLiteral("y")).toInt() +
+                                        icon.value(QStringLiteral("height")).toInt() / 2));
         QVERIFY(desktop().click());
-        QVERIFY(DesktopSession::waitUntil([&] {
-            const auto out =
-                desktop().run(QStringLiteral("xdotool"),
-                              {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                               QStringLiteral("--class"), QStringLiteral("^wendle$")});
-            return out && out->trimmed().split('\n').size() >= 2;
-        }));
+        QVERIFY(DesktopSession::waitUntil(&trayMenuShown));
         QVERIFY(screenshot(desktop(), QStringLiteral("tray-menu"), true));
         QVERIFY(desktop().key(QStringLiteral("Down")));
         QVERIFY(desktop().key(QStringLiteral("Return")));

@@ -7,7 +7,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRegularExpression>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTcpServer>
@@ -38,12 +37,10 @@ private:
     static QJsonObject control(const QString& name);
     // The model server's log, one object per event.
     QList<QJsonObject> serverRequests(const QString& method) const;
-    struct WendleWindows {
-        quint64 tray = 0;
-        QList<quint64> others; // neither the tray icon nor the settings window
-    };
-    std::optional<WendleWindows> wendleWindows();
-    bool menuOpen();
+    // Whether the tray icon's menu, or a menu of the settings window, is on
+    // the screen.
+    static bool trayMenuShown();
+    static bool settingsMenuShown() { return settings().value("menuShown").toBool(); }
     // Clicks the tray icon and picks the entry `downs` rows below the top.
     bool chooseTrayEntry(int downs);
     bool clickControl(const QString& name);
@@ -87,68 +84,41 @@ QList<QJsonObject> TestSettingsDesktop::serverRequests(const QString& method) co
     return requests;
 }
 
-std::optional<TestSettingsDesktop::WendleWindows> TestSettingsDesktop::wendleWindows() {
-    const auto ids = desktop().run(QStringLiteral("xdotool"),
-                                   {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                    QStringLiteral("--class"), QStringLiteral("^wendle$")});
-    if (!ids)
-        return std::nullopt;
-    WendleWindows found;
-    const QRegularExpression size(QStringLiteral("Geometry: (\\d+)x(\\d+)"));
-    for (const QByteArray& id : ids->trimmed().split('\n')) {
-        if (id.isEmpty())
-            continue;
-        const QString window = QString::fromLatin1(id);
-        const auto geometry =
-            desktop().run(QStringLiteral("xdotool"), {QStringLiteral("getwindowgeometry"), window});
-        const auto name =
-            desktop().run(QStringLiteral("xdotool"), {QStringLiteral("getwindowname"), window});
-        const QRegularExpressionMatch match =
-            size.match(QString::fromUtf8(geometry.value_or(QByteArray())));
-        if (!match.hasMatch())
-            continue;
-        if (match.captured(1).toInt() <= 48 && match.captured(2).toInt() <= 48)
-            found.tray = id.toULongLong(); // trayer sizes the icon
-        else if (name.value_or(QByteArray()).trimmed() != "Wendle Settings")
-            found.others.append(id.toULongLong()); // a menu
-    }
-    return found;
-}
-
-bool TestSettingsDesktop::menuOpen() {
-    const auto windows = wendleWindows();
-    return windows && !windows->others.isEmpty();
+bool TestSettingsDesktop::trayMenuShown() {
+    return wendle()
+        .value(QStringLiteral("tray"))
+        .toObject()
+        .value(QStringLiteral("menuShown"))
+        .toBool();
 }
 
 bool TestSettingsDesktop::chooseTrayEntry(int downs) {
     // No menu left open from before.
-    if (!DesktopSession::waitUntil([&] { return !menuOpen(); }))
+    if (!DesktopSession::waitUntil([] { return !trayMenuShown(); }))
         return false;
-    const auto windows = wendleWindows();
+    const QJsonObject icon =
+        wendle().value(QStringLiteral("tray")).toObject().value(QStringLiteral("icon")).toObject();
+    const int width = icon.value(QStringLiteral("width")).toInt();
+    const int height = icon.value(QStringLiteral("height")).toInt();
+    if (width <= 0 || height <= 0)
+        return false;
     // Two clicks on one spot in quick succession make a double click, which
     // does not open the menu: every other click goes to another corner.
-    const QString spot = QString::number(++m_trayClicks % 2 ? 6 : 16);
-    if (!windows || !windows->tray ||
-        !desktop().run(QStringLiteral("xdotool"),
-                       {QStringLiteral("mousemove"), QStringLiteral("--window"),
-                        QString::number(windows->tray), spot, spot, QStringLiteral("click"),
-                        QStringLiteral("1")}))
-        return false;
-    if (!DesktopSession::waitUntil([&] { return menuOpen(); }))
+    const int quarter = ++m_trayClicks % 2 ? 1 : 3;
+    if (!desktop().mouseMove(icon.value(QStringLiteral("x")).toInt() + width * quarter / 4,
+                             icon.value(QStringLiteral("y")).toInt() + height * quarter / 4) ||
+        !desktop().click() || !DesktopSession::waitUntil(&trayMenuShown))
         return false;
     for (int i = 0; i < downs; ++i) {
         if (!desktop().key(QStringLiteral("Down")))
             return false;
     }
     return desktop().key(QStringLiteral("Return")) &&
-           DesktopSession::waitUntil([&] { return !menuOpen(); });
+           DesktopSession::waitUntil([] { return !trayMenuShown(); });
 }
 
 bool TestSettingsDesktop::activateEditor() {
-    // Until Wendle itself has seen its settings window lose the focus, a
-    // popup it opens could still be closed by that change.
-    return desktop().activate(m_editor->window) &&
-           DesktopSession::waitUntil([] { return !settings().value("active").toBool(); });
+    return desktop().activate(m_editor->window);
 }
 
 bool TestSettingsDesktop::clickAt(const QJsonObject& area) {
@@ -252,7 +222,7 @@ void TestSettingsDesktop::settingsEntryOpensTheModelTabAgainstTheServer() {
 
 void TestSettingsDesktop::chosenModelIsUsedByTheNextPaletteRun() {
     QVERIFY(clickControl(QStringLiteral("choose")));
-    QVERIFY(DesktopSession::waitUntil([&] { return menuOpen(); }));
+    QVERIFY(DesktopSession::waitUntil(&settingsMenuShown));
     QVERIFY(screenshot(QStringLiteral("model-choose-menu")));
     // qwen3:8b, gpt-oss:120b-cloud, llama3.2:latest
     QVERIFY(desktop().key(QStringLiteral("Down Down Down Return")));

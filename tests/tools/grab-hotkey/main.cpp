@@ -1,18 +1,18 @@
-// Holds Ctrl+Alt+Space (Control+Mod1+space) as a passive grab on the root
-// window, the way another program that owns the shortcut would. Prints
-// "grabbed" once the server has granted it, then keeps the grab until it is
-// ended, printing "pressed" for every press the grab takes. Exits 1 if the
-// grab is refused.
+// Holds Ctrl+Alt+Space (Control+Mod1+space, with no lock modifier) as a
+// passive grab on the root window, the way another program that owns the
+// shortcut would. Prints "grabbed" once the server has granted it, then keeps
+// the grab until it is ended, printing "pressed" for every press the grab
+// takes. Exits 1 if the grab is refused, 2 when it cannot even ask (no X
+// server, no space key).
 //
-//   wendle-grab-hotkey [lock|numlock|both]   also with Caps Lock / Num Lock on
+//   wendle-grab-hotkey
 
 #include <xcb/xcb.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
-int main(int argc, char** argv) {
+int main() {
     xcb_connection_t* c = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(c)) {
         std::fprintf(stderr, "grab-hotkey: no X server\n");
