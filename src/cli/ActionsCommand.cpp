@@ -18,12 +18,9 @@ QString help() {
 }
 
 QCoro::Task<int> run(QStringList arguments) {
-    const Arguments parsed(arguments, {});
+    const Arguments parsed(arguments, {}, Arguments::Positional::none);
     if (!parsed.ok())
         co_return Console::usageError(name, parsed.error());
-    if (!parsed.positional().isEmpty())
-        co_return Console::usageError(name, u"unexpected argument '" % parsed.positional().first() %
-                                                u'\'');
     QString out;
     const QList<WendleAction>& actions = ActionStore::shared().actions();
     for (qsizetype i = 0; i < actions.size(); ++i)

@@ -1,6 +1,7 @@
 #include "cli/Arguments.h"
 
-Arguments::Arguments(const QStringList& arguments, const QList<Option>& options) {
+Arguments::Arguments(const QStringList& arguments, const QList<Option>& options,
+                     Positional positional) {
     bool optionsEnded = false;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
@@ -41,6 +42,8 @@ Arguments::Arguments(const QStringList& arguments, const QList<Option>& options)
             return;
         }
     }
+    if (positional == Positional::none && !m_positional.isEmpty())
+        m_error = u"unexpected argument '" % m_positional.first() % u'\'';
 }
 
 std::optional<QString> Arguments::value(const QString& name) const {

@@ -16,8 +16,12 @@ public:
         bool takesValue;
     };
 
-    // Parses `arguments`; on a mistake, error() says what is wrong.
-    Arguments(const QStringList& arguments, const QList<Option>& options);
+    enum class Positional { none, allowed };
+
+    // Parses `arguments`; on a mistake (including a positional argument where
+    // `positional` is none), error() says what is wrong.
+    Arguments(const QStringList& arguments, const QList<Option>& options,
+              Positional positional = Positional::allowed);
 
     bool ok() const { return m_error.isEmpty(); }
     QString error() const { return m_error; }

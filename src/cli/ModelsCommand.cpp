@@ -24,12 +24,9 @@ QString help() {
 }
 
 QCoro::Task<int> run(QStringList arguments) {
-    const Arguments parsed(arguments, ServerOptions::options(false));
+    const Arguments parsed(arguments, ServerOptions::options(false), Arguments::Positional::none);
     if (!parsed.ok())
         co_return Console::usageError(name, parsed.error());
-    if (!parsed.positional().isEmpty())
-        co_return Console::usageError(name, u"unexpected argument '" % parsed.positional().first() %
-                                                u'\'');
     QString error;
     const std::optional<ServerSettings> settings = ServerOptions::apply(parsed, error);
     if (!settings)

@@ -20,12 +20,9 @@ QString help() {
 }
 
 QCoro::Task<int> run(QStringList arguments) {
-    const Arguments parsed(arguments, {});
+    const Arguments parsed(arguments, {}, Arguments::Positional::none);
     if (!parsed.ok())
         co_return Console::usageError(name, parsed.error());
-    if (!parsed.positional().isEmpty())
-        co_return Console::usageError(name, u"unexpected argument '" % parsed.positional().first() %
-                                                u'\'');
     if (!InstanceChannel::ask("toggle")) {
         Console::error(QStringLiteral("wendle toggle: Wendle is not running. Start it with "
                                       "`wendle`, then try again."));

@@ -2,9 +2,9 @@
 
 #include "palette/PaletteIcons.h"
 #include "palette/PaletteModel.h"
-#include "palette/PaletteSpinner.h"
 #include "palette/PaletteStyle.h"
 #include "texts/Texts.h"
+#include "widgets/Spinner.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -39,7 +39,7 @@ PaletteResultPane::PaletteResultPane(PaletteModel& model, QWidget* parent)
     : QWidget(parent)
     , m_model(model)
     , m_title(new QLabel(this))
-    , m_spinner(new PaletteSpinner(this))
+    , m_spinner(new Spinner(this))
     , m_body(new QScrollArea(this))
     , m_reply(new QLabel)
     , m_errorRow(new QWidget)
@@ -56,6 +56,9 @@ PaletteResultPane::PaletteResultPane(PaletteModel& model, QWidget* parent)
     titleRow->setSpacing(8);
     PaletteStyle::apply(m_title, PaletteStyle::headline(), PaletteStyle::primary());
     titleRow->addWidget(m_title);
+    QPalette spinnerColours = m_spinner->palette();
+    spinnerColours.setColor(QPalette::WindowText, PaletteStyle::secondary());
+    m_spinner->setPalette(spinnerColours);
     titleRow->addWidget(m_spinner);
     titleRow->addStretch(1);
     column->addLayout(titleRow);

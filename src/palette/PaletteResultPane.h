@@ -6,7 +6,7 @@ class PaletteModel;
 class QLabel;
 class QPushButton;
 class QScrollArea;
-class PaletteSpinner;
+class Spinner;
 
 // The palette after an action was chosen: the run's title with a spinner
 // while it runs, the streamed reply or the error, and the Back, Retry, Copy
@@ -19,7 +19,7 @@ public:
     void refresh();
 
     QLabel* title() const { return m_title; }
-    PaletteSpinner* spinner() const { return m_spinner; }
+    Spinner* spinner() const { return m_spinner; }
     QLabel* reply() const { return m_reply; }
     QWidget* errorRow() const { return m_errorRow; }
     QLabel* error() const { return m_error; }
@@ -34,7 +34,7 @@ Q_SIGNALS:
 private:
     PaletteModel& m_model;
     QLabel* m_title;
-    PaletteSpinner* m_spinner;
+    Spinner* m_spinner;
     QScrollArea* m_body;
     QLabel* m_reply;
     QWidget* m_errorRow;

@@ -5,9 +5,9 @@
 #include "settingswindow/FormGrid.h"
 #include "settingswindow/SegmentedControl.h"
 #include "settingswindow/SettingsStyle.h"
-#include "settingswindow/Spinner.h"
 #include "settingswindow/WrappingLabel.h"
 #include "texts/Texts.h"
+#include "widgets/Spinner.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>

@@ -7,10 +7,10 @@
 #include "palette/PaletteEmptyState.h"
 #include "palette/PaletteHeader.h"
 #include "palette/PaletteResultPane.h"
-#include "palette/PaletteSpinner.h"
 #include "palette/PaletteStyle.h"
 #include "palette/PaletteView.h"
 #include "texts/Texts.h"
+#include "widgets/Spinner.h"
 
 #include <QComboBox>
 #include <QLabel>

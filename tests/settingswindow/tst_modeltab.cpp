@@ -5,8 +5,8 @@
 #include "settingswindow/ModelTab.h"
 #include "settingswindow/SegmentedControl.h"
 #include "settingswindow/SettingsStyle.h"
-#include "settingswindow/Spinner.h"
 #include "texts/Texts.h"
+#include "widgets/Spinner.h"
 
 #include <QAbstractButton>
 #include <QCoroTask>

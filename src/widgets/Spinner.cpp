@@ -1,6 +1,4 @@
-#include "settingswindow/Spinner.h"
-
-#include "settingswindow/SettingsStyle.h"
+#include "widgets/Spinner.h"
 
 #include <QPainter>
 
@@ -16,10 +14,6 @@ Spinner::Spinner(QWidget* parent)
         m_step = (m_step + 1) % spokes;
         update();
     });
-}
-
-QSize Spinner::sizeHint() const {
-    return {16, 16};
 }
 
 void Spinner::showEvent(QShowEvent* event) {

@@ -3,14 +3,15 @@
 #include <QTimer>
 #include <QWidget>
 
-// A small indeterminate progress spinner. It animates only while it is
-// visible, so a hidden spinner costs no timer wake-ups.
-class PaletteSpinner : public QWidget {
+// A small indeterminate progress indicator: spokes turning in the palette's
+// WindowText colour. It animates only while it is visible, so a hidden spinner
+// costs no timer wake-ups.
+class Spinner : public QWidget {
     Q_OBJECT
 public:
-    explicit PaletteSpinner(QWidget* parent = nullptr);
+    explicit Spinner(QWidget* parent = nullptr);
 
-    QSize sizeHint() const override { return QSize(16, 16); }
+    QSize sizeHint() const override { return {16, 16}; }
     bool isAnimating() const { return m_timer.isActive(); }
 
 protected:
