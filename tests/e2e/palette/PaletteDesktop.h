@@ -103,6 +103,15 @@ inline bool paletteVisible() {
 inline QString phase() {
     return palette().value(QStringLiteral("phase")).toString();
 }
+inline bool waitForPhase(const QString& wanted, int timeoutMs = 5000) {
+    return DesktopSession::waitUntil([&] { return phase() == wanted; }, timeoutMs);
+}
+// Presses the hot key with the pointer at `pointer` and waits for the palette.
+inline bool openAt(DesktopSession& desktop, QPoint pointer) {
+    return desktop.mouseMove(pointer.x(), pointer.y()) &&
+           desktop.key(QStringLiteral("ctrl+alt+space")) &&
+           DesktopSession::waitUntil(&paletteVisible);
+}
 // Wendle's tray: its menu's entries, whether the menu is on the screen, and
 // where the icon is.
 inline QJsonObject tray() {

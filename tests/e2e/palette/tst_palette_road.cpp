@@ -3,16 +3,15 @@
 
 #include "capture/SelectionCapture.h"
 
-#include <QElapsedTimer>
 #include <QRegularExpression>
 
 using namespace PaletteDesktop;
 
 // The palette road driven the way a person drives it: the real `wendle` on a
 // private X desktop with a window manager and a tray, real keystrokes from
-// xdotool into the Qt test editor, l3afpad, a default xterm and st, and a
-// model server replaying a recorded Ollama reply. One session, one Wendle,
-// for every scenario (each leaves the palette closed).
+// xdotool into the Qt test editor and l3afpad, and a model server replaying a
+// recorded Ollama reply. One session, one Wendle, for every scenario (each
+// leaves the palette closed). Terminal emulators have their own test.
 class TestPaletteRoad : public QObject {
     Q_OBJECT
 private:
@@ -40,17 +39,6 @@ private:
         return editor;
     }
 
-    // Presses the hot key with the pointer at `pointer` and waits for the palette.
-    bool openAt(QPoint pointer) {
-        return desktop().mouseMove(pointer.x(), pointer.y()) &&
-               desktop().key(QStringLiteral("ctrl+alt+space")) &&
-               DesktopSession::waitUntil(&paletteVisible);
-    }
-
-    bool waitForPhase(const QString& wanted, int timeoutMs = 5000) {
-        return DesktopSession::waitUntil([&] { return phase() == wanted; }, timeoutMs);
-    }
-
     // Presses Down in the palette and waits for the next action to be
     // selected: every key and click sent before it has then been handled,
     // with the palette open.
@@ -61,61 +49,6 @@ private:
                    return shown.value("visible").toBool() &&
                           shown.value("selectedIndex").toInt() == before + 1;
                });
-    }
-
-    // A terminal emulator with its default bindings, running a shell that
-    // notes every interrupt and appends every byte it is given to a file (no
-    // line editing, no echo). Its first line reads "words to select here".
-    struct Terminal {
-        QProcess* process = nullptr;
-        quint64 window = 0;
-        QString interrupts;
-        QString typed;
-        bool interrupted() const { return QFile::exists(interrupts); }
-        QByteArray received() const {
-            QFile f(typed);
-            return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-        }
-    };
-
-    std::optional<Terminal> terminal(const QString& program) {
-        const QString name = QStringLiteral("palette-%1-%2").arg(program).arg(++m_files);
-        Terminal term;
-        term.interrupts = desktop().tempPath() + QLatin1Char('/') + name + QStringLiteral(".int");
-        term.typed = desktop().tempPath() + QLatin1Char('/') + name + QStringLiteral(".typed");
-        const QString script =
-            QStringLiteral("trap 'echo INT >> %1' INT; echo words to select here; "
-                           "stty -icanon min 1 time 0 -echo; while :; do cat >> %2; done")
-                .arg(term.interrupts, term.typed);
-        // xterm and st both take -T for the title and -e for the command.
-        term.process =
-            desktop().start(program, {QStringLiteral("-T"), name, QStringLiteral("-e"),
-                                      QStringLiteral("sh"), QStringLiteral("-c"), script});
-        if (!term.process)
-            return std::nullopt;
-        m_started.append(term.process);
-        term.window = desktop().findWindowByName(QLatin1Char('^') + name + QLatin1Char('$'), 10000);
-        // The shell is ready for input once its first cat has opened the file.
-        if (!term.window || !desktop().activate(term.window) ||
-            !DesktopSession::waitUntil([&] { return QFile::exists(term.typed); }))
-            return std::nullopt;
-        return term;
-    }
-
-    // Double-clicks the word "select" on the terminal's first line (characters
-    // 9 to 14: x 75 lies inside it for fonts 6 to 8 pixels wide); returns the
-    // selection the terminal made (PRIMARY).
-    std::optional<QString> selectWord(const Terminal& term) {
-        if (!desktop().mouseMove(75, 8, term.window) || !desktop().click(1, 2))
-            return std::nullopt;
-        std::optional<QByteArray> primary;
-        const bool selected = DesktopSession::waitUntil([&] {
-            primary = desktop().run(
-                QStringLiteral("xclip"),
-                {QStringLiteral("-o"), QStringLiteral("-selection"), QStringLiteral("primary")});
-            return primary && primary->contains("select");
-        });
-        return selected ? std::optional(QString::fromUtf8(*primary)) : std::nullopt;
     }
 
 private Q_SLOTS:
@@ -149,7 +82,7 @@ private Q_SLOTS:
         auto target = editor(sentence, true);
         QVERIFY(target);
 
-        QVERIFY(openAt(QPoint(300, 200)));
+        QVERIFY(openAt(desktop(), QPoint(300, 200)));
         QJsonObject shown = palette();
         QCOMPARE(shown.value("selectedText").toString(), sentence);
         QCOMPARE(shown.value("source").toString(), QStringLiteral("selection"));
@@ -199,7 +132,7 @@ private Q_SLOTS:
         QVERIFY(desktop().activate(window));
         QVERIFY(desktop().key(QStringLiteral("ctrl+a")));
 
-        QVERIFY(openAt(QPoint(700, 300)));
+        QVERIFY(openAt(desktop(), QPoint(700, 300)));
         QCOMPARE(palette().value("selectedText").toString(),
                  QStringLiteral("Some words to shorten."));
         QCOMPARE(palette().value("source").toString(), QStringLiteral("selection"));
@@ -228,7 +161,7 @@ private Q_SLOTS:
         auto target = editor(QStringLiteral("Nothing is selected here."), false);
         QVERIFY(target);
 
-        QVERIFY(openAt(QPoint(400, 300)));
+        QVERIFY(openAt(desktop(), QPoint(400, 300)));
         QCOMPARE(palette().value("source").toString(), QStringLiteral("clipboard"));
         QCOMPARE(palette().value("selectedText").toString(),
                  QStringLiteral("Words on the clipboard."));
@@ -265,7 +198,7 @@ private Q_SLOTS:
         auto target = editor(QStringLiteral("Nothing selected."), false);
         QVERIFY(target);
 
-        QVERIFY(openAt(QPoint(500, 250)));
+        QVERIFY(openAt(desktop(), QPoint(500, 250)));
         QCOMPARE(palette().value("source").toString(), QStringLiteral("none"));
         QCOMPARE(palette().value("note").toString(), SelectionCapture::noSelectionNote());
         QVERIFY(screenshot(desktop(), QStringLiteral("empty-state")));
@@ -284,7 +217,7 @@ private Q_SLOTS:
         QVERIFY(restartServer(QStringLiteral("ollama_chat_stream_basic.txt"), 250));
         auto target = editor(QStringLiteral("Stop me."), true);
         QVERIFY(target);
-        QVERIFY(openAt(QPoint(300, 200)));
+        QVERIFY(openAt(desktop(), QPoint(300, 200)));
         QVERIFY(desktop().key(QStringLiteral("3")));
         QVERIFY(DesktopSession::waitUntil(
             [] { return !palette().value("output").toString().isEmpty(); }));
@@ -301,7 +234,7 @@ private Q_SLOTS:
     void aClickOutsideCloses() {
         auto target = editor(QStringLiteral("Click elsewhere."), true);
         QVERIFY(target);
-        QVERIFY(openAt(QPoint(300, 200)));
+        QVERIFY(openAt(desktop(), QPoint(300, 200)));
         const QJsonObject shown = palette();
         // A click inside, on the hint line, keeps it open.
         QVERIFY(
@@ -316,7 +249,7 @@ private Q_SLOTS:
     void theHotKeyClosesAnOpenPalette() {
         auto target = editor(QStringLiteral("Toggle me."), true);
         QVERIFY(target);
-        QVERIFY(openAt(QPoint(300, 200)));
+        QVERIFY(openAt(desktop(), QPoint(300, 200)));
         QVERIFY(desktop().key(QStringLiteral("ctrl+alt+space")));
         // Closed, and no new opening under way (it would be busy from the
         // moment the key is handled).
@@ -359,7 +292,7 @@ private Q_SLOTS:
         QVERIFY(restartServer(QStringLiteral("ollama_chat_stream_basic.txt"), 15));
         auto target = editor(QStringLiteral("Open me again."), true);
         QVERIFY(target);
-        QVERIFY(openAt(QPoint(300, 200)));
+        QVERIFY(openAt(desktop(), QPoint(300, 200)));
 
         // Qt's X11 backend marks the application inactive about 100 ms after
         // one of its windows lost the focus, which the closing palette does.
@@ -395,7 +328,7 @@ private Q_SLOTS:
         m_server.reset();
         auto target = editor(QStringLiteral("Try again later."), true);
         QVERIFY(target);
-        QVERIFY(openAt(QPoint(300, 200)));
+        QVERIFY(openAt(desktop(), QPoint(300, 200)));
         QVERIFY(desktop().key(QStringLiteral("1")));
         QVERIFY(waitForPhase(QStringLiteral("failed")));
         QCOMPARE(palette().value("errorMessage").toString(),
@@ -416,91 +349,13 @@ private Q_SLOTS:
         QVERIFY(restartServer(QStringLiteral("ollama_chat_error_404_model_not_found.txt")));
         auto target = editor(QStringLiteral("Missing model."), true);
         QVERIFY(target);
-        QVERIFY(openAt(QPoint(300, 200)));
+        QVERIFY(openAt(desktop(), QPoint(300, 200)));
         QVERIFY(desktop().key(QStringLiteral("1")));
         QVERIFY(waitForPhase(QStringLiteral("failed")));
         QCOMPARE(palette().value("errorMessage").toString(),
                  QStringLiteral("The model server returned an error (HTTP 404): model 'llama9' "
                                 "not found"));
         QVERIFY(restartServer(QStringLiteral("ollama_chat_stream_basic.txt")));
-    }
-
-    void aDefaultXtermNeverReceivesCtrlC() {
-        // A default xterm has no keystroke for the CLIPBOARD: nothing is sent
-        // to it, so the clipboard's text is used at once, with its note, even
-        // though a word is selected.
-        const ClipboardContent before = ClipboardContent::textOnly("Words on the clipboard.");
-        QProcess* owner = ownClipboard(desktop(), before);
-        QVERIFY(owner);
-        m_started.append(owner);
-        auto term = terminal(QStringLiteral("xterm"));
-        QVERIFY(term);
-        QCOMPARE(selectWord(*term), std::optional<QString>(QStringLiteral("select")));
-
-        // The palette opens at once, while Ctrl and Alt are still held: a
-        // capture that copies would first wait up to 600 ms for them to go
-        // up, then up to 500 ms for the copy.
-        QVERIFY(desktop().mouseMove(400, 300));
-        QVERIFY(desktop().keyDown(QStringLiteral("ctrl+alt")));
-        QElapsedTimer clock;
-        clock.start();
-        QVERIFY(desktop().key(QStringLiteral("space")));
-        const bool opened = DesktopSession::waitUntil(&paletteVisible);
-        const qint64 openedMs = clock.elapsed();
-        QVERIFY(desktop().keyUp(QStringLiteral("ctrl+alt")));
-        QVERIFY(opened);
-        QVERIFY2(openedMs < 600, qPrintable(QStringLiteral("opened after %1 ms").arg(openedMs)));
-        QCOMPARE(palette().value("source").toString(), QStringLiteral("clipboard"));
-        QCOMPARE(palette().value("selectedText").toString(),
-                 QStringLiteral("Words on the clipboard."));
-        QCOMPARE(palette().value("note").toString(), SelectionCapture::noSelectionNote());
-        QVERIFY(desktop().key(QStringLiteral("1")));
-        QVERIFY(waitForPhase(QStringLiteral("done")));
-        QVERIFY(!palette().value("canReplace").toBool());
-        QVERIFY(desktop().key(QStringLiteral("Escape")));
-        QVERIFY(DesktopSession::waitUntil([] { return !paletteVisible(); }));
-        QVERIFY(clipboardHolds(desktop(), before));
-
-        // What is typed now is the first and only input the program gets, and
-        // it arrives after any interrupt would have been noted.
-        QVERIFY(desktop().type(QStringLiteral("ok")));
-        QVERIFY(DesktopSession::waitUntil([&] { return term->received() == "ok"; }));
-        QVERIFY(!term->interrupted());
-        // The shell does note a Ctrl+C.
-        QVERIFY(desktop().key(QStringLiteral("ctrl+c")));
-        QVERIFY(DesktopSession::waitUntil([&] { return term->interrupted(); }));
-    }
-
-    void stGivesItsSelectionAndTakesTheReply() {
-        // st copies and pastes the CLIPBOARD with Ctrl+Shift+C / Ctrl+Shift+V.
-        const ClipboardContent before = ClipboardContent::textOnly("kept");
-        QProcess* owner = ownClipboard(desktop(), before);
-        QVERIFY(owner);
-        m_started.append(owner);
-        auto term = terminal(QStringLiteral("stterm"));
-        QVERIFY(term);
-        // (st takes any click in the first 600 ms after its start for a
-        // triple click, which selects the whole line: either will do.)
-        const std::optional<QString> selected = selectWord(*term);
-        QVERIFY(selected);
-
-        QVERIFY(openAt(QPoint(400, 300)));
-        QCOMPARE(palette().value("source").toString(), QStringLiteral("selection"));
-        QCOMPARE(palette().value("selectedText").toString(), *selected);
-        QVERIFY(clipboardHolds(desktop(), before));
-        QVERIFY(desktop().key(QStringLiteral("1")));
-        QVERIFY(waitForPhase(QStringLiteral("done")));
-        QVERIFY(desktop().key(QStringLiteral("Return")));
-        QVERIFY(DesktopSession::waitUntil([] { return !paletteVisible(); }));
-
-        // The reply reaches the program as its only input; no interrupt came
-        // before it, and the clipboard is the user's again.
-        QVERIFY(DesktopSession::waitUntil([&] { return term->received() == basicReply.toUtf8(); }));
-        QVERIFY(!term->interrupted());
-        QVERIFY(DesktopSession::waitUntil([&] { return clipboardHolds(desktop(), before); }, 3000));
-        // The shell does note a Ctrl+C.
-        QVERIFY(desktop().key(QStringLiteral("ctrl+c")));
-        QVERIFY(DesktopSession::waitUntil([&] { return term->interrupted(); }));
     }
 
     void aSecondWendleOpensThePaletteOfTheFirst() {
