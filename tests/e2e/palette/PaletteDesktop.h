@@ -131,7 +131,8 @@ inline QStringList alertMessages() {
 inline QProcess* startWendle(DesktopSession& desktop) {
     QProcess* wendle =
         desktop.start(QStringLiteral(WENDLE_PROGRAM), {}, {QStringLiteral("WENDLE_STATE_PROBE=1")});
-    if (!wendle || !DesktopSession::waitUntil([] { return !state().isEmpty(); }, 10000))
+    if (!wendle || !DesktopSession::waitUntil([] { return !state().isEmpty(); },
+                                              DesktopSession::programStartMs))
         return nullptr;
     return wendle;
 }

@@ -127,7 +127,8 @@ private Q_SLOTS:
         QProcess* gtk = desktop().start(QStringLiteral("l3afpad"), {file});
         QVERIFY(gtk);
         m_started.append(gtk);
-        const quint64 window = desktop().findWindowByName(QFileInfo(file).fileName(), 10000);
+        const quint64 window =
+            desktop().findWindowByName(QFileInfo(file).fileName(), DesktopSession::programStartMs);
         QVERIFY(window);
         QVERIFY(desktop().activate(window));
         QVERIFY(desktop().key(QStringLiteral("ctrl+a")));

@@ -51,7 +51,8 @@ private:
         if (!term.process)
             return std::nullopt;
         m_started.append(term.process);
-        term.window = desktop().findWindowByName(QLatin1Char('^') + name + QLatin1Char('$'), 10000);
+        term.window = desktop().findWindowByName(QLatin1Char('^') + name + QLatin1Char('$'),
+                                                 DesktopSession::programStartMs);
         // The shell is ready for input once its first cat has opened the file.
         if (!term.window || !desktop().activate(term.window) ||
             !DesktopSession::waitUntil([&] { return QFile::exists(term.typed); }))

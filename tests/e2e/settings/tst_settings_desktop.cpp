@@ -171,7 +171,8 @@ void TestSettingsDesktop::initTestCase() {
                                {QStringLiteral("WENDLE_STATE_PROBE=1")});
     QVERIFY(m_wendle);
     QVERIFY(DesktopSession::waitUntil(
-        [] { return wendle().value(QStringLiteral("trayAvailable")).toBool(); }, 10000));
+        [] { return wendle().value(QStringLiteral("trayAvailable")).toBool(); },
+        DesktopSession::programStartMs));
     m_editor =
         desktop().startEditor({.text = QStringLiteral("Their going home."), .selectAll = true});
     QVERIFY(m_editor);

@@ -61,7 +61,7 @@ inline bool snippetsRunning() {
 inline QProcess* startWendle(DesktopSession& desktop) {
     QProcess* wendle =
         desktop.start(QStringLiteral(WENDLE_PROGRAM), {}, {QStringLiteral("WENDLE_STATE_PROBE=1")});
-    if (!wendle || !DesktopSession::waitUntil(&snippetsRunning, 10000))
+    if (!wendle || !DesktopSession::waitUntil(&snippetsRunning, DesktopSession::programStartMs))
         return nullptr;
     return wendle;
 }
@@ -197,7 +197,8 @@ inline std::optional<RecordingTerminal> startXterm(DesktopSession& desktop, cons
                                       QStringLiteral("sh"), QStringLiteral("-c"), script});
     if (!terminal.process)
         return std::nullopt;
-    terminal.window = desktop.findWindowByName(QLatin1Char('^') + name + QLatin1Char('$'), 10000);
+    terminal.window = desktop.findWindowByName(QLatin1Char('^') + name + QLatin1Char('$'),
+                                               DesktopSession::programStartMs);
     if (!terminal.window || !desktop.activate(terminal.window) ||
         !DesktopSession::waitUntil([&] { return QFile::exists(terminal.record); }))
         return std::nullopt;
@@ -226,7 +227,8 @@ inline std::optional<GtkEditor> startGtkEditor(DesktopSession& desktop, const QS
     editor.process = desktop.start(QStringLiteral("l3afpad"), {editor.file});
     if (!editor.process)
         return std::nullopt;
-    editor.window = desktop.findWindowByName(QStringLiteral("^") + name, 10000);
+    editor.window =
+        desktop.findWindowByName(QStringLiteral("^") + name, DesktopSession::programStartMs);
     if (!editor.window)
         return std::nullopt;
     return editor;

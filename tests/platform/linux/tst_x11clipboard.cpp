@@ -159,7 +159,8 @@ void TestX11Clipboard::gtkEditorCopy() {
     }
     QProcess* gtk = desktop().start(QStringLiteral("l3afpad"), {file});
     QVERIFY(gtk);
-    const quint64 window = desktop().findWindowByName(QStringLiteral("gtk.txt"), 10000);
+    const quint64 window =
+        desktop().findWindowByName(QStringLiteral("gtk.txt"), DesktopSession::programStartMs);
     QVERIFY(window);
     QVERIFY(desktop().activate(window));
     QVERIFY(desktop().setClipboard("before"));

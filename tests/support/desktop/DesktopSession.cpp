@@ -284,8 +284,8 @@ bool DesktopSession::startTrayHost() {
         return false;
     }
     XLook x(m_display);
-    const bool ready =
-        waitUntil([&] { return x.selectionOwner("_NET_SYSTEM_TRAY_S0") != XCB_NONE; }, 10000);
+    const bool ready = waitUntil(
+        [&] { return x.selectionOwner("_NET_SYSTEM_TRAY_S0") != XCB_NONE; }, programStartMs);
     if (!ready)
         m_error = QStringLiteral("trayer did not take the system tray selection");
     return ready;

@@ -128,6 +128,12 @@ public:
     // loop turning; returns the condition's last value.
     static bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000);
 
+    // How long a program started on the desktop may take to be up (its window
+    // shown, its channel answering). Generous: once, on a freshly installed
+    // machine, the very first GUI program took over 10 s to show its window;
+    // a program that comes up sooner costs no more.
+    static constexpr int programStartMs = 30000;
+
     // The test editor (tests/tools/test-editor): a QPlainTextEdit that writes
     // its whole text to a file after every change.
     struct EditorOptions {

@@ -149,10 +149,13 @@ std::optional<DesktopSession::Editor> DesktopSession::startEditor(const EditorOp
     editor.process = start(editorProgram(), arguments);
     if (!editor.process)
         return std::nullopt;
-    editor.window = findWindowByName(QLatin1Char('^') + options.title + QLatin1Char('$'), 10000);
-    if (!editor.window || !waitUntil([&] { return QFile::exists(editor.file); }, 10000)) {
-        qWarning("test editor did not come up (window %llu); its output: %s", editor.window,
-                 output(editor.process).constData());
+    editor.window =
+        findWindowByName(QLatin1Char('^') + options.title + QLatin1Char('$'), programStartMs);
+    if (!editor.window || !waitUntil([&] { return QFile::exists(editor.file); }, programStartMs)) {
+        qWarning("test editor did not come up (window %llu, %s, exit code %d); its output: %s",
+                 editor.window,
+                 editor.process->state() == QProcess::Running ? "running" : "not running",
+                 editor.process->exitCode(), output(editor.process).constData());
         stop(editor.process);
         return std::nullopt;
     }
