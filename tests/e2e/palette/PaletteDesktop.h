@@ -137,6 +137,25 @@ inline QProcess* startWendle(DesktopSession& desktop) {
     return wendle;
 }
 
+// Whether the started Wendle holds its hot key and shows its tray icon.
+inline bool hotKeyAndTrayUp() {
+    return state().value(QStringLiteral("hotKeyRegistered")).toBool() &&
+           DesktopSession::waitUntil(
+               [] { return state().value(QStringLiteral("trayAvailable")).toBool(); });
+}
+
+// What every scenario leaves behind: the palette closed (Escape if it is
+// open) and the programs it started ended.
+inline bool closePaletteAndStop(DesktopSession& desktop, QList<QProcess*>& started) {
+    if (paletteVisible())
+        desktop.key(QStringLiteral("Escape"));
+    const bool closed = DesktopSession::waitUntil([] { return !paletteVisible(); });
+    for (QProcess* process : std::as_const(started))
+        desktop.stop(process);
+    started.clear();
+    return closed;
+}
+
 // A clipboard as another program leaves it after a copy: every format with its bytes.
 struct ClipboardContent {
     QList<QPair<QString, QByteArray>> formats;

@@ -59,19 +59,10 @@ private Q_SLOTS:
         QVERIFY(restartServer(QStringLiteral("ollama_chat_stream_basic.txt")));
         m_wendle = startWendle(desktop());
         QVERIFY(m_wendle);
-        QVERIFY(state().value(QStringLiteral("hotKeyRegistered")).toBool());
-        QVERIFY(DesktopSession::waitUntil(
-            [] { return state().value(QStringLiteral("trayAvailable")).toBool(); }));
+        QVERIFY(hotKeyAndTrayUp());
     }
 
-    void cleanup() {
-        if (paletteVisible())
-            desktop().key(QStringLiteral("Escape"));
-        QVERIFY(DesktopSession::waitUntil([] { return !paletteVisible(); }));
-        for (QProcess* process : std::as_const(m_started))
-            desktop().stop(process);
-        m_started.clear();
-    }
+    void cleanup() { QVERIFY(closePaletteAndStop(desktop(), m_started)); }
 
     void theQtEditorsSelectionIsReplacedAndTheClipboardKept() {
         const ClipboardContent before = ClipboardContent::rich();

@@ -84,19 +84,10 @@ private Q_SLOTS:
             startModelServer(desktop(), port, QStringLiteral("ollama_chat_stream_basic.txt"));
         QVERIFY(m_server);
         QVERIFY(startWendle(desktop()));
-        QVERIFY(state().value(QStringLiteral("hotKeyRegistered")).toBool());
-        QVERIFY(DesktopSession::waitUntil(
-            [] { return state().value(QStringLiteral("trayAvailable")).toBool(); }));
+        QVERIFY(hotKeyAndTrayUp());
     }
 
-    void cleanup() {
-        if (paletteVisible())
-            desktop().key(QStringLiteral("Escape"));
-        QVERIFY(DesktopSession::waitUntil([] { return !paletteVisible(); }));
-        for (QProcess* process : std::as_const(m_started))
-            desktop().stop(process);
-        m_started.clear();
-    }
+    void cleanup() { QVERIFY(closePaletteAndStop(desktop(), m_started)); }
 
     void aDefaultXtermNeverReceivesCtrlC() {
         // A default xterm has no keystroke for the CLIPBOARD: nothing is sent
