@@ -9,16 +9,6 @@
 
 #include <memory>
 
-namespace {
-
-const QString vectors = QStringLiteral(WENDLE_VECTORS);
-
-ReplyPlan vector(const QString& file) {
-    return *ReplyPlan::fromVector(vectors + u'/' + file);
-}
-
-} // namespace
-
 // Mistakes on the command line, the help texts, and the two listings.
 class CliCommandsTest : public QObject {
     Q_OBJECT
@@ -87,7 +77,7 @@ private Q_SLOTS:
     void usageErrors() {
         QFETCH(QStringList, arguments);
         QFETCH(QString, expectedFirstLine);
-        m_server->setFallback(vector("ollama_chat_stream_basic.txt"));
+        m_server->setFallback(ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
         Preferences::shared().setValue("ollamaURL", m_server->url());
         Preferences::shared().setValue("ollamaModel", "m");
         Preferences::shared().sync();
@@ -212,7 +202,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, path);
         QFETCH(QString, file);
         QFETCH(QString, expected);
-        m_server->route("GET", path, vector(file));
+        m_server->route("GET", path, ReplyPlan::recorded(file));
         CliProcess wendle(QStringList{"models", "--url", m_server->url()} + arguments);
         QVERIFY(wendle.run());
         QCOMPARE(wendle.errText(), QString());
@@ -227,7 +217,7 @@ private Q_SLOTS:
         Preferences::shared().setValue("customURL",
                                        QString(m_server->url() + "/v1/chat/completions"));
         Preferences::shared().sync();
-        m_server->route("GET", "/v1/models", vector("openai_models.txt"));
+        m_server->route("GET", "/v1/models", ReplyPlan::recorded("openai_models.txt"));
         CliProcess wendle({"models"});
         QVERIFY(wendle.run());
         QCOMPARE(wendle.exitCode(), 0);
@@ -248,7 +238,7 @@ private Q_SLOTS:
         QFETCH(QString, file);
         QFETCH(QString, expected);
         if (!file.isEmpty())
-            m_server->route("GET", "/api/tags", vector(file));
+            m_server->route("GET", "/api/tags", ReplyPlan::recorded(file));
         CliProcess wendle({"models", "--url", m_server->url()});
         QVERIFY(wendle.run());
         QCOMPARE(wendle.exitCode(), 1);

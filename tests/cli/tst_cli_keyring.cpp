@@ -7,16 +7,6 @@
 
 #include <memory>
 
-namespace {
-
-const QString vectors = QStringLiteral(WENDLE_VECTORS);
-
-ReplyPlan vector(const QString& file) {
-    return *ReplyPlan::fromVector(vectors + u'/' + file);
-}
-
-} // namespace
-
 // The command line uses the application's API key, from the system keyring.
 class CliKeyringTest : public QObject {
     Q_OBJECT
@@ -28,9 +18,10 @@ private Q_SLOTS:
     void init() {
         m_thread = std::make_unique<LoopbackThread>();
         m_server = &m_thread->server();
-        m_server->route("POST", "/v1/chat/completions", vector("lmstudio_chat_stream_basic.txt"));
-        m_server->route("GET", "/v1/models", vector("lmstudio_models.txt"));
-        m_server->route("POST", "/api/chat", vector("ollama_chat_stream_basic.txt"));
+        m_server->route("POST", "/v1/chat/completions",
+                        ReplyPlan::recorded("lmstudio_chat_stream_basic.txt"));
+        m_server->route("GET", "/v1/models", ReplyPlan::recorded("lmstudio_models.txt"));
+        m_server->route("POST", "/api/chat", ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
     }
 
     void cleanup() {

@@ -16,12 +16,6 @@
 
 namespace {
 
-const QString vectors = QStringLiteral(WENDLE_VECTORS);
-
-ReplyPlan vector(const QString& file) {
-    return *ReplyPlan::fromVector(vectors + u'/' + file);
-}
-
 const QString thinkReply = QStringLiteral("Hello! How can I help you today? \U0001F60A");
 const QString thinkRaw = QStringLiteral("<think>\nOkay, the user just said hi. I'll greet them "
                                         "back.\n</think>\n\n") +
@@ -83,7 +77,7 @@ private Q_SLOTS:
 
     // The reply is on standard output while the server is still sending it.
     void outputGrowsWhileTheReplyStreams() {
-        ReplyPlan plan = vector("ollama_chat_stream_basic.txt"); // ten lines
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_basic.txt"); // ten lines
         plan.split = ReplyPlan::Split::lines;
         plan.delay = std::chrono::milliseconds(120);
         m_server->route("POST", "/api/chat", plan);
@@ -105,7 +99,7 @@ private Q_SLOTS:
 
     // Think blocks never reach the output, not even for a moment.
     void thinkBlocksAreLeftOut() {
-        ReplyPlan plan = vector("ollama_chat_stream_think_tags_in_content.txt");
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_think_tags_in_content.txt");
         plan.split = ReplyPlan::Split::lines;
         plan.delay = std::chrono::milliseconds(10);
         m_server->route("POST", "/api/chat", plan);
@@ -118,7 +112,7 @@ private Q_SLOTS:
     }
 
     void rawPrintsThePiecesAsTheyCome() {
-        ReplyPlan plan = vector("ollama_chat_stream_think_tags_in_content.txt");
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_think_tags_in_content.txt");
         plan.split = ReplyPlan::Split::lines;
         plan.delay = std::chrono::milliseconds(5);
         m_server->route("POST", "/api/chat", plan);
@@ -130,7 +124,8 @@ private Q_SLOTS:
     }
 
     void openAICompatibleServer() {
-        m_server->route("POST", "/v1/chat/completions", vector("openai_chat_stream_basic.txt"));
+        m_server->route("POST", "/v1/chat/completions",
+                        ReplyPlan::recorded("openai_chat_stream_basic.txt"));
         CliProcess wendle({"run", "--provider", "custom", "--url",
                            m_server->url() + "/v1/chat/completions", "--model", "gpt-5-nano", "2"});
         QVERIFY(wendle.run("text"));
@@ -140,7 +135,7 @@ private Q_SLOTS:
 
     // Standard input is the captured text as it is: not trimmed, any size.
     void inputIsSentAsItIs() {
-        m_server->route("POST", "/api/chat", vector("ollama_chat_stream_basic.txt"));
+        m_server->route("POST", "/api/chat", ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
         const QByteArray input =
             "  two lines,\n\tcaf\xC3\xA9 \xE2\x80\x94 end \n\n" + QByteArray(200000, 'x');
         CliProcess wendle(ollamaAt({"Fix grammar"}));
@@ -152,7 +147,7 @@ private Q_SLOTS:
     }
 
     void inputThatIsNotUtf8IsRefused() {
-        m_server->route("POST", "/api/chat", vector("ollama_chat_stream_basic.txt"));
+        m_server->route("POST", "/api/chat", ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
         CliProcess wendle(ollamaAt({"1"}));
         QVERIFY(wendle.run("caf\xE9\n"));
         QCOMPARE(wendle.exitCode(), 1);
@@ -193,7 +188,7 @@ private Q_SLOTS:
         QFETCH(QString, expectedOut);
         QFETCH(QString, expectedErr);
         if (!file.isEmpty())
-            m_server->route("POST", "/api/chat", vector(file));
+            m_server->route("POST", "/api/chat", ReplyPlan::recorded(file));
         // Later options win over the defaults of ollamaAt().
         CliProcess wendle(ollamaAt(extra + QStringList{"1"}));
         QVERIFY(wendle.run("text"));
@@ -229,7 +224,7 @@ private Q_SLOTS:
 
     // Tone and language default to the palette's last choices.
     void toneAndLanguage() {
-        m_server->route("POST", "/api/chat", vector("ollama_chat_stream_basic.txt"));
+        m_server->route("POST", "/api/chat", ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
         {
             CliProcess wendle(ollamaAt({"Change tone"}));
             QVERIFY(wendle.run("text"));
@@ -275,8 +270,9 @@ private Q_SLOTS:
         Preferences::shared().setValue("ollamaURL", "http://127.0.0.1:1");
         Preferences::shared().sync();
         const QByteArray before = settingsFileBytes();
-        m_server->route("POST", "/v1/chat/completions", vector("lmstudio_chat_stream_basic.txt"));
-        m_server->route("POST", "/api/chat", vector("ollama_chat_stream_basic.txt"));
+        m_server->route("POST", "/v1/chat/completions",
+                        ReplyPlan::recorded("lmstudio_chat_stream_basic.txt"));
+        m_server->route("POST", "/api/chat", ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
 
         CliProcess saved({"run", "1"});
         QVERIFY(saved.run("text"));
@@ -308,7 +304,7 @@ private Q_SLOTS:
    "kind" : "tone", "name" : "2"}
 ])");
         file.close();
-        m_server->route("POST", "/api/chat", vector("ollama_chat_stream_basic.txt"));
+        m_server->route("POST", "/api/chat", ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
         {
             CliProcess wendle(ollamaAt({"Pirate"}));
             QVERIFY(wendle.run("text"));
@@ -330,7 +326,7 @@ private Q_SLOTS:
 
     // Ctrl+C ends the run, closes the connection and exits with 130.
     void interruptEndsTheRun() {
-        ReplyPlan plan = vector("ollama_chat_stream_basic.txt");
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_basic.txt");
         plan.split = ReplyPlan::Split::lines;
         plan.delay = std::chrono::milliseconds(200);
         m_server->route("POST", "/api/chat", plan);
@@ -349,7 +345,7 @@ private Q_SLOTS:
     // A reader that goes away ends the run quietly, as it ends any filter:
     // `wendle run ... | head -c 5`.
     void readerGoingAwayEndsTheRun() {
-        ReplyPlan plan = vector("ollama_chat_stream_basic.txt");
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_basic.txt");
         plan.split = ReplyPlan::Split::lines;
         plan.delay = std::chrono::milliseconds(100);
         m_server->route("POST", "/api/chat", plan);
@@ -371,7 +367,7 @@ private Q_SLOTS:
     }
 
     void closedStandardOutputIsAnError() {
-        m_server->route("POST", "/api/chat", vector("ollama_chat_stream_basic.txt"));
+        m_server->route("POST", "/api/chat", ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
         QProcess shell;
         const QStringList shellArguments{"-c", "exec \"$0\" \"$@\" >&-",
                                          QStringLiteral(WENDLE_EXECUTABLE)};

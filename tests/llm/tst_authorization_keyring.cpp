@@ -9,11 +9,7 @@
 
 #include <memory>
 
-namespace {
-
-const QString vectors = QStringLiteral(WENDLE_VECTORS);
-
-} // namespace
+namespace {} // namespace
 
 // The API key travels from the system keyring into the Authorization header,
 // trimmed, and never to Ollama.
@@ -26,10 +22,10 @@ class AuthorizationKeyringTest : public QObject {
     QList<QByteArray> runAndListWith(Provider provider) {
         const QByteArray chat = chatPath(provider);
         const QByteArray models = provider == Provider::ollama ? "/api/tags" : "/v1/models";
-        const char* streamFile = provider == Provider::ollama ? "/ollama_chat_stream_basic.txt"
-                                                              : "/lmstudio_chat_stream_basic.txt";
-        m_server->route("POST", chat, *ReplyPlan::fromVector(vectors + streamFile));
-        m_server->route("GET", models, *ReplyPlan::fromVector(vectors + "/lmstudio_models.txt"));
+        const char* streamFile = provider == Provider::ollama ? "ollama_chat_stream_basic.txt"
+                                                              : "lmstudio_chat_stream_basic.txt";
+        m_server->route("POST", chat, ReplyPlan::recorded(streamFile));
+        m_server->route("GET", models, ReplyPlan::recorded("lmstudio_models.txt"));
 
         RunOutcome outcome;
         std::unique_ptr<ChatStream> stream(LLMClient::stream(settingsFor(provider, m_server->url()),

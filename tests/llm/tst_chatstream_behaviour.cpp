@@ -16,12 +16,6 @@
 
 namespace {
 
-const QString vectors = QStringLiteral(WENDLE_VECTORS);
-
-ReplyPlan vector(const QString& file) {
-    return *ReplyPlan::fromVector(vectors + u'/' + file);
-}
-
 QString noServerText(const QString& address) {
     return QStringLiteral("No model server is running at ") + address +
            QStringLiteral(". Start Ollama or LM Studio (or check the server address in Settings "
@@ -95,7 +89,7 @@ private Q_SLOTS:
 
     void serverThatNeverAnswersTimesOut() {
         LLMClient::setTimeouts({std::chrono::milliseconds(300), std::chrono::milliseconds(300)});
-        ReplyPlan plan = vector("ollama_chat_stream_basic.txt");
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_basic.txt");
         plan.mode = ReplyPlan::Mode::hold;
         QElapsedTimer clock;
         clock.start();
@@ -111,7 +105,7 @@ private Q_SLOTS:
 
     void timeOutIsIdleTimeNotTotalTime() {
         LLMClient::setTimeouts({std::chrono::milliseconds(700), std::chrono::milliseconds(700)});
-        ReplyPlan plan = vector("ollama_chat_stream_basic.txt"); // ten lines
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_basic.txt"); // ten lines
         plan.split = ReplyPlan::Split::lines;
         plan.delay = std::chrono::milliseconds(150);
         QElapsedTimer clock;
@@ -141,8 +135,8 @@ private Q_SLOTS:
         QFETCH(int, framing);
         QFETCH(int, provider);
         const bool ollama = Provider(provider) == Provider::ollama;
-        ReplyPlan plan =
-            vector(ollama ? "ollama_chat_stream_basic.txt" : "openai_chat_stream_basic.txt");
+        ReplyPlan plan = ReplyPlan::recorded(ollama ? "ollama_chat_stream_basic.txt"
+                                                    : "openai_chat_stream_basic.txt");
         plan.framing = ReplyPlan::Framing(framing);
         plan.split = ReplyPlan::Split::lines;
         plan.delay = std::chrono::milliseconds(5);
@@ -273,7 +267,7 @@ private Q_SLOTS:
     }
 
     void abortClosesTheConnectionAndEndsEverything() {
-        ReplyPlan plan = vector("ollama_chat_stream_basic.txt");
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_basic.txt");
         plan.split = ReplyPlan::Split::lines;
         plan.delay = std::chrono::milliseconds(50);
         m_server->route("POST", "/api/chat", plan);
@@ -294,7 +288,7 @@ private Q_SLOTS:
     }
 
     void abortFromInsideAPieceHandler() {
-        ReplyPlan plan = vector("openai_chat_stream_basic.txt");
+        ReplyPlan plan = ReplyPlan::recorded("openai_chat_stream_basic.txt");
         plan.framing = ReplyPlan::Framing::contentLength; // every line in one read
         m_server->route("POST", "/v1/chat/completions", plan);
         RunOutcome outcome;
@@ -309,7 +303,7 @@ private Q_SLOTS:
     }
 
     void deletingFromInsideAPieceHandler() {
-        ReplyPlan plan = vector("openai_chat_stream_basic.txt");
+        ReplyPlan plan = ReplyPlan::recorded("openai_chat_stream_basic.txt");
         plan.framing = ReplyPlan::Framing::contentLength;
         m_server->route("POST", "/v1/chat/completions", plan);
         QStringList pieces;
@@ -326,7 +320,7 @@ private Q_SLOTS:
     }
 
     void destroyingARunClosesItsConnection() {
-        ReplyPlan plan = vector("ollama_chat_stream_basic.txt");
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_basic.txt");
         plan.split = ReplyPlan::Split::lines;
         plan.delay = std::chrono::milliseconds(50);
         m_server->route("POST", "/api/chat", plan);
@@ -339,7 +333,8 @@ private Q_SLOTS:
     }
 
     void abortBeforeTheRequestGoesOut() {
-        m_server->route("POST", "/v1/chat/completions", vector("openai_chat_stream_basic.txt"));
+        m_server->route("POST", "/v1/chat/completions",
+                        ReplyPlan::recorded("openai_chat_stream_basic.txt"));
         RunOutcome outcome;
         std::unique_ptr<ChatStream> stream(LLMClient::stream(
             settingsFor(Provider::lmstudio, m_server->url()), "Shorten.", "Some text."));
@@ -415,7 +410,8 @@ private Q_SLOTS:
     }
 
     void lmStudioWithoutModelAsksForLocalModel() {
-        m_server->route("POST", "/v1/chat/completions", vector("lmstudio_chat_stream_basic.txt"));
+        m_server->route("POST", "/v1/chat/completions",
+                        ReplyPlan::recorded("lmstudio_chat_stream_basic.txt"));
         const RunOutcome outcome = run(settingsFor(Provider::lmstudio, m_server->url(), " \n"));
         QVERIFY(outcome.finished);
         QCOMPARE(parsedBody(m_server->request(0).body),
@@ -423,7 +419,7 @@ private Q_SLOTS:
     }
 
     void modelNameIsTrimmed() {
-        m_server->route("POST", "/api/chat", vector("ollama_chat_stream_basic.txt"));
+        m_server->route("POST", "/api/chat", ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
         const RunOutcome outcome =
             run(settingsFor(Provider::ollama, m_server->url(), "  llama3.2:latest\n"));
         QVERIFY(outcome.finished);
@@ -445,7 +441,7 @@ private Q_SLOTS:
 
     // The settings of the moment of the call hold for the whole run.
     void runUsesTheSettingsOfItsStart() {
-        m_server->route("POST", "/api/chat", vector("ollama_chat_stream_basic.txt"));
+        m_server->route("POST", "/api/chat", ReplyPlan::recorded("ollama_chat_stream_basic.txt"));
         AppSettings& settings = AppSettings::shared();
         settings.setProvider(Provider::ollama);
         settings.setOllamaURL(m_server->url());

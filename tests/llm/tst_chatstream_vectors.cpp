@@ -12,7 +12,6 @@
 
 namespace {
 
-const QString vectors = QStringLiteral(WENDLE_VECTORS);
 const QString instruction = QStringLiteral("Fix all spelling.");
 const QString capturedText = QStringLiteral("  Teh quick brwon fox \u2014 caf\u00E9\n");
 const QString storedKey = QStringLiteral("  sk-test-key \n"); // sent trimmed
@@ -29,7 +28,7 @@ constexpr std::chrono::microseconds bytePause{60};
 constexpr std::chrono::microseconds piecePause{2000};
 
 ReplyPlan planFor(const QString& file, Ending ending, Cut cut) {
-    ReplyPlan plan = *ReplyPlan::fromVector(vectors + u'/' + file);
+    ReplyPlan plan = ReplyPlan::recorded(file);
     switch (ending) {
     case Ending::recorded:
         break;

@@ -12,12 +12,6 @@
 
 namespace {
 
-const QString vectors = QStringLiteral(WENDLE_VECTORS);
-
-ReplyPlan vector(const QString& file) {
-    return *ReplyPlan::fromVector(vectors + u'/' + file);
-}
-
 LLMClient::ModelList listing(const ServerSettings& settings) {
     return QCoro::waitFor(LLMClient::listModels(settings));
 }
@@ -87,7 +81,7 @@ private Q_SLOTS:
         QFETCH(int, provider);
         QFETCH(QByteArray, path);
         QFETCH(QStringList, expected);
-        m_server->route("GET", path, vector(file));
+        m_server->route("GET", path, ReplyPlan::recorded(file));
         const auto list = listing(settingsFor(Provider(provider), m_server->url()));
         QCOMPARE(errorText(list), QString());
         QCOMPARE(list.names, expected);
@@ -154,7 +148,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, body);
         QFETCH(QString, expected);
         if (expected.isEmpty()) {
-            body = vector("llamacpp_error_503_loading_model.txt").body;
+            body = ReplyPlan::recorded("llamacpp_error_503_loading_model.txt").body;
             expected = "The model server returned an error (HTTP 503): Loading model";
         }
         m_server->route("GET", "/api/tags", ReplyPlan::text(status, "application/json", body));
@@ -182,7 +176,7 @@ private Q_SLOTS:
         QFETCH(int, provider);
         QFETCH(QString, suffix);
         QFETCH(QByteArray, path);
-        m_server->setFallback(vector("openai_models.txt"));
+        m_server->setFallback(ReplyPlan::recorded("openai_models.txt"));
         ServerSettings settings = settingsFor(Provider(provider), m_server->url() + suffix);
         if (Provider(provider) == Provider::custom)
             settings.customURL = m_server->url() + suffix;
@@ -207,7 +201,7 @@ private Q_SLOTS:
 
     void slowServerTimesOut() {
         LLMClient::setTimeouts({std::chrono::milliseconds(300000), std::chrono::milliseconds(300)});
-        ReplyPlan plan = vector("ollama_tags.txt");
+        ReplyPlan plan = ReplyPlan::recorded("ollama_tags.txt");
         plan.mode = ReplyPlan::Mode::hold;
         m_server->route("GET", "/api/tags", plan);
         QElapsedTimer clock;

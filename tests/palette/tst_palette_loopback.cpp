@@ -24,11 +24,10 @@ const QString vectors = QStringLiteral(WENDLE_VECTORS);
 
 ReplyPlan vector(const QString& name, ReplyPlan::Split split = ReplyPlan::Split::lines,
                  std::chrono::milliseconds delay = std::chrono::milliseconds(0)) {
-    std::optional<ReplyPlan> plan = ReplyPlan::fromVector(vectors + QLatin1Char('/') + name);
-    Q_ASSERT(plan);
-    plan->split = split;
-    plan->delay = delay;
-    return *plan;
+    ReplyPlan plan = ReplyPlan::recorded(name);
+    plan.split = split;
+    plan.delay = delay;
+    return plan;
 }
 
 // The reply text of a recorded Ollama stream: its "content" fields in order.

@@ -24,11 +24,7 @@ using namespace std::chrono_literals;
 namespace {
 
 ReplyPlan plan(const char* vectorName) {
-    const auto recorded =
-        ReplyPlan::fromVector(QStringLiteral(WENDLE_VECTORS "/") + QLatin1String(vectorName));
-    if (!recorded)
-        qFatal("unreadable vector %s", vectorName);
-    return *recorded;
+    return ReplyPlan::recorded(QLatin1String(vectorName));
 }
 
 ReplyPlan json(const QByteArray& body) {

@@ -74,11 +74,10 @@ void TestScreenshots::init() {
     m_fixture = std::make_unique<SettingsFixture>();
     m_server = std::make_unique<LoopbackServer>();
     QVERIFY(m_server->listen());
-    const QString vectors = QStringLiteral(WENDLE_VECTORS "/");
-    m_server->route("GET", "/api/tags", *ReplyPlan::fromVector(vectors + "ollama_tags.txt"));
-    m_server->route("GET", "/v1/models", *ReplyPlan::fromVector(vectors + "lmstudio_models.txt"));
+    m_server->route("GET", "/api/tags", ReplyPlan::recorded("ollama_tags.txt"));
+    m_server->route("GET", "/v1/models", ReplyPlan::recorded("lmstudio_models.txt"));
     m_server->route("GET", "/custom/v1/models",
-                    *ReplyPlan::fromVector(vectors + "openai_error_401_invalid_api_key.txt"));
+                    ReplyPlan::recorded("openai_error_401_invalid_api_key.txt"));
     m_fixture->settings.setOllamaURL(m_server->url());
     m_fixture->settings.setLmStudioURL(m_server->url());
     m_fixture->settings.setCustomURL(m_server->url() + "/custom/v1/chat/completions");

@@ -41,6 +41,14 @@ std::optional<ReplyPlan> ReplyPlan::fromVector(const QString& path) {
     return plan;
 }
 
+ReplyPlan ReplyPlan::recorded(const QString& name) {
+    const QString path = QStringLiteral(WENDLE_VECTORS "/") + name;
+    std::optional<ReplyPlan> plan = fromVector(path);
+    if (!plan)
+        qFatal("no recorded reply in %s", qPrintable(path));
+    return *plan;
+}
+
 ReplyPlan ReplyPlan::text(int status, const QByteArray& contentType, const QByteArray& body) {
     ReplyPlan plan;
     plan.status = status;

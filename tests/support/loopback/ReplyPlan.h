@@ -45,6 +45,9 @@ struct ReplyPlan {
     // A recorded reply: first line "HTTP <status>", then the body byte for
     // byte. The Content-Type comes from "content-types.tsv" beside the file.
     static std::optional<ReplyPlan> fromVector(const QString& path);
+    // The recorded reply `name` from tests/vectors/llm; a missing or
+    // malformed file ends the test program with its path.
+    static ReplyPlan recorded(const QString& name);
     static ReplyPlan text(int status, const QByteArray& contentType, const QByteArray& body);
     // 200 with an HTML page, as a web server or a captive portal answers.
     static ReplyPlan htmlPage();
