@@ -56,6 +56,10 @@ int run(int argc, char* argv[]) {
         printUsage(false);
         return ExitStatus::success;
     }
+    if (name == u"--version") {
+        Console::print(u"wendle " % QCoreApplication::applicationVersion() % u'\n');
+        return ExitStatus::success;
+    }
     const Command* command = commandNamed(name);
     if (!command) {
         Console::error(u"wendle: unknown command '" % name % u'\'');
@@ -77,6 +81,7 @@ int run(int argc, char* argv[]) {
 
 void printUsage(bool toStandardError) {
     QString text = QStringLiteral("usage: wendle [COMMAND [OPTIONS]]\n"
+                                  "       wendle --version\n"
                                   "\n"
                                   "Without a command, starts Wendle in the tray. Commands:\n");
     for (const Command* command : commands)

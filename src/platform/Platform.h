@@ -6,6 +6,7 @@
 #include "platform/GlobalHotKey.h"
 #include "platform/KeySender.h"
 #include "platform/KeyWatcher.h"
+#include "platform/LoginItem.h"
 #include "platform/ModifierState.h"
 #include "platform/PermissionService.h"
 
@@ -28,6 +29,7 @@ public:
     virtual Clipboard& clipboard() = 0;
     virtual PermissionService& permissions() = 0;
     virtual AppShell& shell() = 0;
+    virtual LoginItem& loginItem() = 0;
 
     // The implementation for the desktop this process runs on. Needs a
     // QGuiApplication. Returns null, with a reason in `error`, when the desktop

@@ -9,6 +9,7 @@ void applyIdentity() {
     QCoreApplication::setOrganizationName(QStringLiteral("Wendle"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("wendle.app"));
     QCoreApplication::setApplicationName(QStringLiteral("Wendle"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(WENDLE_VERSION));
 }
 
 QSettings& shared() {

@@ -1,8 +1,10 @@
 #include "settingswindow/GeneralTab.h"
 
+#include "platform/LoginItem.h"
 #include "platform/PermissionService.h"
 #include "settingswindow/PermissionRow.h"
 #include "settingswindow/SettingsStyle.h"
+#include "settingswindow/ToggleSwitch.h"
 #include "storage/AppSupport.h"
 #include "texts/Texts.h"
 
@@ -10,9 +12,10 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-GeneralTab::GeneralTab(PermissionService& permissions, QWidget* parent)
+GeneralTab::GeneralTab(PermissionService& permissions, LoginItem& loginItem, QWidget* parent)
     : QWidget(parent)
-    , m_permissions(permissions) {
+    , m_permissions(permissions)
+    , m_loginItem(loginItem) {
     auto* page = new QVBoxLayout(this);
     const int pad = SettingsStyle::padding;
     page->setContentsMargins(pad, pad, pad, pad);
@@ -37,6 +40,22 @@ GeneralTab::GeneralTab(PermissionService& permissions, QWidget* parent)
     page->addWidget(m_inputMonitoring);
     page->addWidget(SettingsStyle::divider(this));
 
+    // Only an installed Wendle is offered: an entry naming a build folder
+    // would start whatever is there at the next login, or nothing.
+    if (m_loginItem.isAvailable()) {
+        m_startAtLogin = new ToggleSwitch(QStringLiteral("Start Wendle at login"), this);
+        m_startAtLogin->setObjectName(QStringLiteral("startAtLogin"));
+        m_startAtLogin->setCheckable(true);
+        m_startAtLogin->setChecked(m_loginItem.isEnabled());
+        connect(m_startAtLogin, &ToggleSwitch::clicked, this, &GeneralTab::startAtLoginClicked);
+        page->addWidget(m_startAtLogin);
+        m_loginError = SettingsStyle::captionLabel(QString(), this);
+        m_loginError->setObjectName(QStringLiteral("loginError"));
+        m_loginError->hide();
+        page->addWidget(m_loginError);
+        page->addWidget(SettingsStyle::divider(this));
+    }
+
     auto* storage = SettingsStyle::captionLabel(Texts::storageNote(AppSupport::folder()), this);
     storage->setObjectName(QStringLiteral("storage"));
     page->addWidget(storage);
@@ -60,6 +79,17 @@ GeneralTab::GeneralTab(PermissionService& permissions, QWidget* parent)
     m_timer.setInterval(2000);
     connect(&m_timer, &QTimer::timeout, this, &GeneralTab::refresh);
     refresh();
+}
+
+void GeneralTab::startAtLoginClicked(bool on) {
+    QString reason;
+    const bool changed = m_loginItem.setEnabled(on, &reason);
+    // The switch shows what is really set, also after a failed change.
+    m_startAtLogin->setChecked(m_loginItem.isEnabled());
+    m_loginError->setText(
+        changed ? QString()
+                : QStringLiteral("Couldn't change whether Wendle starts at login: %1").arg(reason));
+    m_loginError->setVisible(!changed);
 }
 
 void GeneralTab::refresh() {

@@ -29,7 +29,7 @@ SettingsRoot::SettingsRoot(const SettingsServices& services, SettingsUI& ui, QWi
     m_actions = new ActionsTab(*services.actions);
     m_snippets = new SnippetsTab(*services.snippets, *services.settings, *services.engine,
                                  *services.permissions);
-    m_general = new GeneralTab(*services.permissions);
+    m_general = new GeneralTab(*services.permissions, *services.loginItem);
     // In the order of SettingsTabs::allCases(): the index is the tab.
     for (QWidget* page : {static_cast<QWidget*>(m_model), static_cast<QWidget*>(m_actions),
                           static_cast<QWidget*>(m_snippets), static_cast<QWidget*>(m_general)}) {

@@ -8,5 +8,5 @@
 
 SettingsServices SettingsServices::shared() {
     return {&AppSettings::shared(), &ActionStore::shared(), &SnippetStore::shared(),
-            &SnippetEngine::shared(), &Platform::shared().permissions()};
+            &SnippetEngine::shared(), &Platform::shared().permissions(), &Platform::shared().loginItem()};
 }

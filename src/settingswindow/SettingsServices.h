@@ -2,6 +2,7 @@
 
 class ActionStore;
 class AppSettings;
+class LoginItem;
 class PermissionService;
 class SnippetEngine;
 class SnippetStore;
@@ -14,6 +15,7 @@ struct SettingsServices {
     SnippetStore* snippets = nullptr;
     SnippetEngine* engine = nullptr;
     PermissionService* permissions = nullptr;
+    LoginItem* loginItem = nullptr;
 
     // The shared settings, stores and engine and the installed platform's
     // permissions.

@@ -27,7 +27,12 @@ struct SettingsFixture {
     SnippetEngine engine{platform, snippets, settings};
 
     SettingsServices services() {
-        return {&settings, &actions, &snippets, &engine, &platform.permissionsFake};
+        return {&settings,
+                &actions,
+                &snippets,
+                &engine,
+                &platform.permissionsFake,
+                &platform.loginItemFake};
     }
 
     // The bytes of a data file; nothing when it does not exist.

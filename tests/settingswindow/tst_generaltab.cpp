@@ -2,6 +2,7 @@
 #include "settingswindow/GeneralTab.h"
 #include "settingswindow/PermissionRow.h"
 #include "settingswindow/SettingsStyle.h"
+#include "settingswindow/ToggleSwitch.h"
 #include "storage/AppSupport.h"
 #include "texts/Texts.h"
 
@@ -59,9 +60,14 @@ private Q_SLOTS:
     void accessibilityButtonPromptsAndOpensItsPage();
     void inputMonitoringButtonOnlyOpensItsPage();
     void noButtonsWithoutSettingsPages();
+    void startAtLoginOfferedOnlyWhenInstalled();
+    void startAtLoginShowsWhatIsSet();
+    void startAtLoginSwitchesBothWays();
+    void startAtLoginFailureSaysWhyAndStaysPut();
 
 private:
     void makeTab(PermissionService& permissions);
+    FakeLoginItem& loginItem() { return m_fixture->platform.loginItemFake; }
 
     std::unique_ptr<SettingsFixture> m_fixture;
     std::unique_ptr<GeneralTab> m_tab;
@@ -78,7 +84,7 @@ void TestGeneralTab::cleanup() {
 }
 
 void TestGeneralTab::makeTab(PermissionService& service) {
-    m_tab = std::make_unique<GeneralTab>(service);
+    m_tab = std::make_unique<GeneralTab>(service, loginItem());
     m_tab->resize(660, 460);
     m_tab->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_tab.get()));
@@ -183,6 +189,63 @@ void TestGeneralTab::noButtonsWithoutSettingsPages() {
     QVERIFY(m_tab->accessibilityRow()->isGranted());
     QVERIFY(m_tab->inputMonitoringRow()->isGranted());
     m_tab.reset();
+}
+
+void TestGeneralTab::startAtLoginOfferedOnlyWhenInstalled() {
+    loginItem().available = false;
+    makeTab(permissions());
+    QVERIFY(!m_tab->startAtLoginSwitch());
+    QVERIFY(!m_tab->findChild<ToggleSwitch*>());
+    m_tab.reset();
+
+    loginItem().available = true;
+    makeTab(permissions());
+    QVERIFY(m_tab->startAtLoginSwitch());
+    QVERIFY(m_tab->startAtLoginSwitch()->isVisible());
+    QCOMPARE(m_tab->startAtLoginSwitch()->text(), QStringLiteral("Start Wendle at login"));
+    // Between the permission rows and the storage note.
+    QVERIFY(m_tab->inputMonitoringRow()->y() < m_tab->startAtLoginSwitch()->y());
+    QVERIFY(m_tab->startAtLoginSwitch()->y() <
+            m_tab->findChild<QLabel*>(QStringLiteral("storage"))->y());
+}
+
+void TestGeneralTab::startAtLoginShowsWhatIsSet() {
+    makeTab(permissions());
+    QVERIFY(!m_tab->startAtLoginSwitch()->isChecked()); // off until the user turns it on
+    m_tab.reset();
+    loginItem().enabled = true;
+    makeTab(permissions());
+    QVERIFY(m_tab->startAtLoginSwitch()->isChecked());
+    QVERIFY(loginItem().changes.isEmpty()); // showing the tab changes nothing
+}
+
+void TestGeneralTab::startAtLoginSwitchesBothWays() {
+    makeTab(permissions());
+    ToggleSwitch* toggle = m_tab->startAtLoginSwitch();
+    QTest::mouseClick(toggle, Qt::LeftButton, {},
+                      QPoint(toggle->width() - 10, toggle->height() / 2));
+    QVERIFY(loginItem().enabled);
+    QVERIFY(toggle->isChecked());
+    QTest::mouseClick(toggle, Qt::LeftButton, {},
+                      QPoint(toggle->width() - 10, toggle->height() / 2));
+    QVERIFY(!loginItem().enabled);
+    QVERIFY(!toggle->isChecked());
+    QCOMPARE(loginItem().changes, (QList<bool>{true, false}));
+    QVERIFY(!m_tab->findChild<QLabel*>(QStringLiteral("loginError"))->isVisible());
+}
+
+void TestGeneralTab::startAtLoginFailureSaysWhyAndStaysPut() {
+    loginItem().refusal = QStringLiteral("Permission denied");
+    makeTab(permissions());
+    ToggleSwitch* toggle = m_tab->startAtLoginSwitch();
+    QTest::mouseClick(toggle, Qt::LeftButton, {},
+                      QPoint(toggle->width() - 10, toggle->height() / 2));
+    QCOMPARE(loginItem().changes, QList<bool>{true});
+    QVERIFY(!toggle->isChecked());
+    auto* error = m_tab->findChild<QLabel*>(QStringLiteral("loginError"));
+    QVERIFY(error->isVisible());
+    QCOMPARE(error->text(),
+             QStringLiteral("Couldn't change whether Wendle starts at login: Permission denied"));
 }
 
 QTEST_MAIN(TestGeneralTab)

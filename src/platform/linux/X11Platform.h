@@ -10,6 +10,7 @@
 #include "platform/linux/X11Permissions.h"
 #include "platform/linux/X11Shell.h"
 #include "platform/linux/XConnection.h"
+#include "platform/linux/XdgAutostart.h"
 
 #include <memory>
 
@@ -28,6 +29,7 @@ public:
     Clipboard& clipboard() override { return m_clipboard; }
     PermissionService& permissions() override { return m_permissions; }
     AppShell& shell() override { return m_shell; }
+    LoginItem& loginItem() override { return m_loginItem; }
 
     XConnection& connection() { return *m_connection; }
 
@@ -41,4 +43,5 @@ private:
     X11Clipboard m_clipboard;
     X11Permissions m_permissions;
     X11Shell m_shell;
+    XdgAutostart m_loginItem;
 };

@@ -76,6 +76,7 @@ public:
     RecordingClipboard clipboardFake{log};
     FakePermissions permissionsFake;
     FakeShell shellFake;
+    FakeLoginItem loginItemFake;
 
     GlobalHotKey& hotKey() override { return hotKeyFake; }
     KeySender& keySender() override { return keys; }
@@ -85,6 +86,7 @@ public:
     Clipboard& clipboard() override { return clipboardFake; }
     PermissionService& permissions() override { return permissionsFake; }
     AppShell& shell() override { return shellFake; }
+    LoginItem& loginItem() override { return loginItemFake; }
 };
 
 // A Delay that writes "wait <ms>" into the log, lets the test act during the

@@ -170,6 +170,27 @@ public:
     void preparePalettePanel(QWidget* panel) override { preparedPanels.append(panel); }
 };
 
+class FakeLoginItem : public LoginItem {
+public:
+    bool available = true;
+    bool enabled = false;
+    QString refusal; // non-empty: every change fails with this reason
+    QList<bool> changes;
+
+    bool isAvailable() override { return available; }
+    bool isEnabled() override { return enabled; }
+    bool setEnabled(bool on, QString* error) override {
+        changes.append(on);
+        if (!refusal.isEmpty()) {
+            if (error)
+                *error = refusal;
+            return false;
+        }
+        enabled = on;
+        return true;
+    }
+};
+
 class FakePlatform : public Platform {
 public:
     FakeHotKey hotKeyFake;
@@ -180,6 +201,7 @@ public:
     FakeClipboard clipboardFake;
     FakePermissions permissionsFake;
     FakeShell shellFake;
+    FakeLoginItem loginItemFake;
 
     GlobalHotKey& hotKey() override { return hotKeyFake; }
     KeySender& keySender() override { return keys; }
@@ -189,4 +211,5 @@ public:
     Clipboard& clipboard() override { return clipboardFake; }
     PermissionService& permissions() override { return permissionsFake; }
     AppShell& shell() override { return shellFake; }
+    LoginItem& loginItem() override { return loginItemFake; }
 };
