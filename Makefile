@@ -1,12 +1,16 @@
-# make run    installs what is missing, builds, starts Wendle
-# make test   installs what the tests need, builds, runs every test
-# make bench  runs the benchmarks and prints their figures
+# make run            installs what is missing, builds the program, starts Wendle
+# make test           installs what the tests need, builds everything, runs every test
+# make bench          runs the benchmarks and prints their figures
+# make package        builds a Debian package (build/wendle_<version>_<arch>.deb)
+# make package-check  installs that package into a fresh Debian root and upgrades it
+# make install-user   installs into ~/.local, no root needed; make uninstall-user removes it
 
 BUILD   ?= build
 JOBS    ?= $(shell nproc 2>/dev/null || sysctl -n hw.ncpu 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps test-deps configure build run test bench format clean
+.PHONY: all deps test-deps configure build program run test bench package package-check \
+	install-user uninstall-user format clean
 
 all: build
 
@@ -22,7 +26,13 @@ configure:
 build: deps configure
 	@cmake --build $(BUILD) --parallel $(JOBS)
 
-run: build
+# Only what running needs: the program, not the tests and benchmarks.
+program: deps configure
+	@echo "Building the wendle program in $(BUILD)/ (tests and benchmarks are left for make test)"
+	@cmake --build $(BUILD) --parallel $(JOBS) --target wendle
+
+run: program
+	@echo "Starting Wendle: look for the wand in the tray, or press Ctrl+Alt+Space"
 	$(BUILD)/src/app/wendle
 
 test: test-deps configure
@@ -32,6 +42,20 @@ test: test-deps configure
 bench: test-deps configure
 	@cmake --build $(BUILD) --parallel $(JOBS)
 	cmake --build $(BUILD) --target bench
+
+package: program
+	@scripts/install-deps --package
+	@cd $(BUILD) && cpack -G DEB
+
+package-check: package
+	@scripts/install-deps --package
+	tests/package/package-check $(BUILD)
+
+install-user: program
+	@scripts/install-user $(BUILD)
+
+uninstall-user:
+	@scripts/install-user --uninstall
 
 format:
 	@git ls-files '*.cpp' '*.h' '*.mm' | xargs clang-format -i

@@ -75,6 +75,8 @@ int run(int argc, char* argv[]) {
     choosePlatformPlugin();
     QApplication app(argc, argv);
     Preferences::applyIdentity();
+    // Names the installed desktop entry, so desktops match windows to it.
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.wendle.Wendle"));
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(PaletteIcons::appIconPath()));
 
