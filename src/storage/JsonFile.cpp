@@ -56,6 +56,16 @@ void appendString(QByteArray& out, const QString& text) {
         if (escape) {
             flush(i);
             out += escape;
+        } else if (QChar::isSurrogate(u)) {
+            // A pair is one character, written as UTF-8; a lone half has no
+            // UTF-8 form and is kept as an escape, so it reads back unchanged.
+            if (QChar::isHighSurrogate(u) && i + 1 < text.size() &&
+                text.at(i + 1).isLowSurrogate()) {
+                ++i;
+                continue;
+            }
+            flush(i);
+            out += "\\u" + QByteArray::number(u, 16);
         } else if (u < 0x20) {
             flush(i);
             out += "\\u00";

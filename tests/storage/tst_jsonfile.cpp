@@ -58,6 +58,15 @@ private Q_SLOTS:
                      QByteArray("\"\n]"));
     }
 
+    void loneSurrogatesAreEscapedAndReadBackUnchanged() {
+        QString text;
+        text.append(QChar(0xD83D)).append(u'a').append(QChar(0xDE00));
+        text.append(QStringLiteral("😀")).append(QChar(0xD800));
+        const QByteArray encoded = JsonFile::encode(QJsonArray{text});
+        QCOMPARE(encoded, QByteArray("[\n  \"\\ud83da\\ude00") + "😀" + QByteArray("\\ud800\"\n]"));
+        QCOMPARE(QJsonDocument::fromJson(encoded).array().first().toString(), text);
+    }
+
     void writesEmptyContainersOnOneLine() {
         QCOMPARE(JsonFile::encode(QJsonArray{}), QByteArray("[]"));
         QCOMPARE(JsonFile::encode(QJsonArray{QJsonObject{}}), QByteArray("[\n  {}\n]"));
