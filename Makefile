@@ -1,12 +1,13 @@
 # make run    installs what is missing, builds, starts Wendle
 # make test   installs what the tests need, builds, runs every test
 # make bench  runs the benchmarks and prints their figures
+# make fuzz   builds the fuzzers (make test runs each for a few seconds)
 
 BUILD   ?= build
 JOBS    ?= $(shell nproc 2>/dev/null || sysctl -n hw.ncpu 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps test-deps configure build run test bench format clean
+.PHONY: all deps test-deps configure build run test bench fuzz format clean
 
 all: build
 
@@ -32,6 +33,9 @@ test: test-deps configure
 bench: test-deps configure
 	@cmake --build $(BUILD) --parallel $(JOBS)
 	cmake --build $(BUILD) --target bench
+
+fuzz: test-deps configure
+	@cmake --build $(BUILD) --target fuzz
 
 format:
 	@git ls-files '*.cpp' '*.h' '*.mm' | xargs clang-format -i
