@@ -147,6 +147,17 @@ void appendValue(QByteArray& out, const QJsonValue& value, int depth) {
     }
 }
 
+// Flushes the file's data to the disk. A file system that cannot sync at
+// all is no failure; one that reports an error (no space, I/O) is.
+bool syncToDisk(int handle) {
+    int result;
+    do
+        result = ::fsync(handle);
+    while (result != 0 && errno == EINTR);
+    return result == 0 || errno == EINVAL || errno == ENOTSUP || errno == EOPNOTSUPP ||
+           errno == ENOSYS;
+}
+
 } // namespace
 
 namespace JsonFile {
@@ -211,7 +222,7 @@ bool writeAtomically(const QString& path, const QByteArray& bytes, QString* erro
         return cancel(file.errorString());
     // commit() syncs as well but ignores the result; a file system that
     // allocates space late (or a network one) reports a full disk only here.
-    if (::fsync(file.handle()) != 0)
+    if (!syncToDisk(file.handle()))
         return cancel(qt_error_string(errno));
     if (!file.commit())
         return fail(file.errorString());
