@@ -1,5 +1,6 @@
 // Any bytes as the body of a streamed reply, split into lines as a run splits
-// them, each line read both as Ollama's JSON lines and as server-sent events.
+// them (the same lines however the body is cut into pieces), each line read
+// both as Ollama's JSON lines and as server-sent events.
 // Besides not crashing, the strict single-pass reader must agree with Qt's
 // JSON parser on every line it claims to read: the two are meant to be
 // interchangeable, the fast one only refusing what it cannot read.
@@ -78,16 +79,43 @@ void checkLine(QByteArrayView line) {
     }
 }
 
+// The lines of `body` as the splitter hands them out when the body arrives
+// in pieces cut at `cuts`, the unterminated rest last.
+QList<QByteArray> linesOf(QByteArrayView body, const QList<qsizetype>& cuts) {
+    QList<QByteArray> lines;
+    LineSplitter splitter;
+    qsizetype start = 0;
+    for (qsizetype cut : cuts) {
+        splitter.feed(body.sliced(start, cut - start), [&](QByteArrayView line) {
+            lines.append(line.toByteArray());
+            return true;
+        });
+        start = cut;
+    }
+    splitter.feed(body.sliced(start), [&](QByteArrayView line) {
+        lines.append(line.toByteArray());
+        return true;
+    });
+    lines.append(splitter.takeRest());
+    return lines;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QByteArrayView body(reinterpret_cast<const char*>(data), qsizetype(size));
-    LineSplitter lines;
-    lines.feed(body, [](QByteArrayView line) {
+    const QList<QByteArray> lines = linesOf(body, {});
+    for (const QByteArray& line : lines)
         checkLine(line);
-        return true;
-    });
-    checkLine(lines.takeRest());
+    // However the network cuts the body, the lines are the same: cut it at
+    // every CR (the start of a CR LF), and in the middle.
+    QList<qsizetype> cuts;
+    for (qsizetype i = 1; i < body.size(); ++i) {
+        if (body[i - 1] == '\r' || i == body.size() / 2)
+            cuts.append(i);
+    }
+    if (linesOf(body, cuts) != lines)
+        std::abort();
     LLMClient::errorMessage(QString::fromUtf8(body));
     return 0;
 }
