@@ -1,6 +1,7 @@
 # make run            installs what is missing, builds the program, starts Wendle
 # make test           installs what the tests need, builds everything, runs every test
 # make bench          runs the benchmarks and prints their figures
+# make fuzz           builds the fuzzers (make test runs each for a few seconds)
 # make package        builds a Debian package (build/wendle_<version>_<arch>.deb)
 # make package-check  installs that package into a fresh Debian root and upgrades it
 # make install-user   installs into ~/.local, no root needed; make uninstall-user removes it
@@ -9,7 +10,7 @@ BUILD   ?= build
 JOBS    ?= $(shell nproc 2>/dev/null || sysctl -n hw.ncpu 2>/dev/null || echo 2)
 CMAKE_FLAGS ?=
 
-.PHONY: all deps test-deps configure build program run test bench package package-check \
+.PHONY: all deps test-deps configure build program run test bench fuzz package package-check \
 	install-user uninstall-user format clean
 
 all: build
@@ -42,6 +43,9 @@ test: test-deps configure
 bench: test-deps configure
 	@cmake --build $(BUILD) --parallel $(JOBS)
 	cmake --build $(BUILD) --target bench
+
+fuzz: test-deps configure
+	@cmake --build $(BUILD) --target fuzz
 
 package: program
 	@scripts/install-deps --package

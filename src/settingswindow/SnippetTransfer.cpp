@@ -4,8 +4,6 @@
 #include "storage/JsonFile.h"
 #include "storage/JsonList.h"
 
-#include <QSaveFile>
-
 namespace SnippetTransfer {
 
 QString importFile(SnippetStore& store, const QString& path) {
@@ -21,19 +19,11 @@ QString importFile(SnippetStore& store, const QString& path) {
 }
 
 QString exportFile(const QList<Snippet>& snippets, const QString& path) {
-    // QSaveFile writes beside the target and renames over it, like the data
-    // files, and keeps the system's reason when something fails.
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return QStringLiteral("Export failed: ") + file.errorString();
-    const QByteArray bytes = JsonList::encode(snippets);
-    if (file.write(bytes) != bytes.size()) {
-        const QString reason = file.errorString();
-        file.cancelWriting();
+    // Replaced atomically like the data files: a failed export leaves no
+    // truncated file and an older file of that name as it was.
+    QString reason;
+    if (!JsonFile::writeAtomically(path, JsonList::encode(snippets), &reason))
         return QStringLiteral("Export failed: ") + reason;
-    }
-    if (!file.commit())
-        return QStringLiteral("Export failed: ") + file.errorString();
     return QStringLiteral("Exported %1 snippet(s).").arg(snippets.size());
 }
 

@@ -1,12 +1,17 @@
 #include "storage/JsonFile.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QSaveFile>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+
+#include <unistd.h>
 
 namespace {
 
@@ -51,6 +56,16 @@ void appendString(QByteArray& out, const QString& text) {
         if (escape) {
             flush(i);
             out += escape;
+        } else if (QChar::isSurrogate(u)) {
+            // A pair is one character, written as UTF-8; a lone half has no
+            // UTF-8 form and is kept as an escape, so it reads back unchanged.
+            if (QChar::isHighSurrogate(u) && i + 1 < text.size() &&
+                text.at(i + 1).isLowSurrogate()) {
+                ++i;
+                continue;
+            }
+            flush(i);
+            out += "\\u" + QByteArray::number(u, 16);
         } else if (u < 0x20) {
             flush(i);
             out += "\\u00";
@@ -132,6 +147,17 @@ void appendValue(QByteArray& out, const QJsonValue& value, int depth) {
     }
 }
 
+// Flushes the file's data to the disk. A file system that cannot sync at
+// all is no failure; one that reports an error (no space, I/O) is.
+bool syncToDisk(int handle) {
+    int result;
+    do
+        result = ::fsync(handle);
+    while (result != 0 && errno == EINTR);
+    return result == 0 || errno == EINVAL || errno == ENOTSUP || errno == EOPNOTSUPP ||
+           errno == ENOSYS;
+}
+
 } // namespace
 
 namespace JsonFile {
@@ -143,21 +169,74 @@ QByteArray encode(const QJsonValue& value) {
 }
 
 std::optional<QByteArray> read(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    // Looked at before opening: opening a FIFO for reading blocks until some
+    // program opens it for writing.
+    const QFileInfo info(path);
+    if (!info.isFile() || info.size() > maxReadSize)
         return std::nullopt;
-    return file.readAll();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.isSequential())
+        return std::nullopt;
+    // Read in pieces up to the limit rather than trusting the size: a file
+    // can grow while it is read, and some (under /proc) say they are empty.
+    QByteArray bytes;
+    bytes.reserve(info.size());
+    QByteArray piece(64 * 1024, Qt::Uninitialized);
+    for (;;) {
+        const qint64 count = file.read(piece.data(), piece.size());
+        if (count < 0)
+            return std::nullopt;
+        if (count == 0)
+            return bytes;
+        if (bytes.size() + count > maxReadSize)
+            return std::nullopt;
+        bytes.append(piece.constData(), count);
+    }
 }
 
-bool writeAtomically(const QString& path, const QByteArray& bytes) {
+bool writeAtomically(const QString& path, const QByteArray& bytes, QString* error) {
+    auto fail = [error](const QString& reason) {
+        if (error)
+            *error = reason;
+        return false;
+    };
+    // QSaveFile writes through symbolic links: never through one to a device
+    // or a FIFO, nor onto one, where the rename would replace it.
+    const QFileInfo target(path);
+    if (target.exists() && !target.isFile())
+        return fail(QStringLiteral("not a regular file"));
+
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    if (file.write(bytes) != bytes.size()) {
+    // Unbuffered, so that a full disk fails the write itself: QSaveFile's
+    // commit() renames the temporary file even when flushing a buffered tail
+    // failed, which replaced a good file with an empty one.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return fail(file.errorString());
+    auto cancel = [&file, &fail](const QString& reason) {
         file.cancelWriting();
-        return false;
-    }
-    return file.commit();
+        return fail(reason);
+    };
+    if (file.write(bytes) != bytes.size())
+        return cancel(file.errorString());
+    if (!file.flush())
+        return cancel(file.errorString());
+    // commit() syncs as well but ignores the result; a file system that
+    // allocates space late (or a network one) reports a full disk only here.
+    if (!syncToDisk(file.handle()))
+        return cancel(qt_error_string(errno));
+    if (!file.commit())
+        return fail(file.errorString());
+    return true;
+}
+
+bool writeDataFile(const QString& path, const QByteArray& bytes) {
+    const QFileInfo entry(path);
+    QDir().mkpath(entry.absolutePath());
+    // The reader treated such an entry as missing; this save replaces it.
+    // QFile::remove takes a link itself, never what it points to.
+    if ((entry.isSymLink() || entry.exists()) && !entry.isFile() && !entry.isDir())
+        QFile::remove(path);
+    return writeAtomically(path, bytes);
 }
 
 } // namespace JsonFile

@@ -39,7 +39,8 @@ QByteArray encode(const QList<T>& records) {
     return JsonFile::encode(array);
 }
 
-// The file's records, or nothing when it is missing, unreadable or invalid.
+// The file's records, or nothing when it is missing, unreadable, not a
+// regular file, too large or invalid.
 template <typename T>
 std::optional<QList<T>> load(const QString& path) {
     const std::optional<QByteArray> bytes = JsonFile::read(path);
@@ -48,11 +49,13 @@ std::optional<QList<T>> load(const QString& path) {
     return decode<T>(*bytes);
 }
 
-// Saves the records atomically; failures are ignored by design (the list in
-// memory stays authoritative for this run), but reported to the caller.
+// Saves the records as a data file (JsonFile::writeDataFile): atomically,
+// creating the folder again when it is gone. Failures are ignored by design
+// (the list in memory stays authoritative for this run) but never destroy the
+// file; they are reported to the caller.
 template <typename T>
 bool save(const QString& path, const QList<T>& records) {
-    return JsonFile::writeAtomically(path, encode(records));
+    return JsonFile::writeDataFile(path, encode(records));
 }
 
 } // namespace JsonList

@@ -1,6 +1,12 @@
 #include "actions/ActionStore.h"
 #include "storage/AppSupport.h"
+#include "storage/JsonFile.h"
 
+#include "MemoryCap.h"
+#include "ScratchFileSystem.h"
+#include "UnansweredFifo.h"
+
+#include <QDir>
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -32,7 +38,13 @@ private:
     QTemporaryDir m_dir;
     QString path() const { return m_dir.filePath(QStringLiteral("actions.json")); }
 
+    static QList<WendleAction> renamedFirst(QList<WendleAction> actions) {
+        actions[0].name = QStringLiteral("Renamed");
+        return actions;
+    }
+
 private Q_SLOTS:
+    void initTestCase() { QVERIFY(capAddressSpace()); }
     void init() { QFile::remove(path()); }
 
     void noFileGivesTheBuiltInsAndWritesNothing() {
@@ -111,11 +123,86 @@ private Q_SLOTS:
 
     void anUnwritableFileKeepsTheListInMemory() {
         QTemporaryDir dir;
-        const QString blocked = dir.filePath(QStringLiteral("sub/actions.json")); // no such folder
+        writeFile(dir.filePath(QStringLiteral("sub")), "a file, not a folder");
+        const QString blocked = dir.filePath(QStringLiteral("sub/actions.json"));
         ActionStore store(blocked);
         store.setActions({});
         QVERIFY(store.actions().isEmpty());
         QVERIFY(!QFile::exists(blocked));
+    }
+
+    void aFullDiskKeepsTheFileAsItWas() {
+        ScratchFileSystem disk;
+        if (!disk.isMounted())
+            QSKIP(qPrintable(disk.skipReason()));
+        const QString file = disk.filePath(QStringLiteral("actions.json"));
+        ActionStore store(file);
+        store.setActions(store.actions());
+        const QByteArray saved = readFile(file);
+        QVERIFY(!saved.isEmpty());
+        QVERIFY(disk.fill());
+
+        const QList<WendleAction> changed = renamedFirst(store.actions());
+        store.setActions(changed);
+        QCOMPARE(store.actions(), changed); // the list in memory holds for this run
+        QCOMPARE(readFile(file), saved);
+        QCOMPARE(disk.entries(), QStringList{QStringLiteral("actions.json")});
+    }
+
+    void aReadOnlyFileSystemKeepsTheFileAsItWas() {
+        ScratchFileSystem disk;
+        if (!disk.isMounted())
+            QSKIP(qPrintable(disk.skipReason()));
+        const QString file = disk.filePath(QStringLiteral("actions.json"));
+        ActionStore store(file);
+        store.setActions(store.actions());
+        const QByteArray saved = readFile(file);
+        QVERIFY(disk.makeReadOnly());
+        store.setActions(renamedFirst(store.actions()));
+        QCOMPARE(store.actions().first().name, QStringLiteral("Renamed"));
+        QCOMPARE(readFile(file), saved);
+        QCOMPARE(disk.entries(), QStringList{QStringLiteral("actions.json")});
+    }
+
+    void aDeletedDataFolderIsCreatedAgainOnTheNextChange() {
+        QTemporaryDir dir;
+        const QString folder = dir.filePath(QStringLiteral("Wendle"));
+        const QString file = QDir(folder).filePath(QStringLiteral("actions.json"));
+        ActionStore store(file);
+        store.setActions(store.actions());
+        QVERIFY(QDir(folder).removeRecursively());
+        const QList<WendleAction> changed = renamedFirst(store.actions());
+        store.setActions(changed);
+        QCOMPARE(ActionStore(file).actions(), changed);
+    }
+
+    void aFifoReadsAsMissingAndTheFirstChangeReplacesIt() {
+        UnansweredFifo fifo(path(), "[]");
+        QVERIFY(fifo.isValid());
+        ActionStore store(path());
+        QVERIFY2(!fifo.fedAReader(), "the FIFO was opened for reading");
+        QCOMPARE(store.actions(), WendleAction::defaults());
+        const QList<WendleAction> changed = renamedFirst(store.actions());
+        store.setActions(changed);
+        QVERIFY(QFileInfo(path()).isFile());
+        QCOMPARE(ActionStore(path()).actions(), changed);
+    }
+
+    void aLinkToADeviceReadsAsMissing() {
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path()));
+        QCOMPARE(ActionStore(path()).actions(), WendleAction::defaults());
+        QVERIFY(QFileInfo(path()).isSymLink());
+        QFile::remove(path());
+    }
+
+    void aFileBeyondTheSizeLimitGivesTheBuiltIns() {
+        // A valid list padded with blanks past the limit.
+        QByteArray content = "[]";
+        content.append(QByteArray(JsonFile::maxReadSize, ' '));
+        writeFile(path(), content);
+        QCOMPARE(ActionStore(path()).actions(), WendleAction::defaults());
+        writeFile(path(), "[]    ");
+        QVERIFY(ActionStore(path()).actions().isEmpty());
     }
 
     void sharedStoreLivesInTheDataFolder() {

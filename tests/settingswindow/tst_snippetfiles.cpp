@@ -1,7 +1,12 @@
 #include "SnippetsTabHarness.h"
 #include "settingswindow/SnippetTransfer.h"
 #include "settingswindow/SnippetsTab.h"
+#include "storage/JsonFile.h"
 #include "storage/JsonList.h"
+
+#include "MemoryCap.h"
+#include "ScratchFileSystem.h"
+#include "UnansweredFifo.h"
 
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -37,6 +42,7 @@ class TestSnippetFiles : public SnippetsTabHarness {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { QVERIFY(capAddressSpace()); }
     void init() { setUpTab(); }
     void cleanup() { tearDownTab(); }
 
@@ -45,6 +51,11 @@ private Q_SLOTS:
     void importingAnObjectFailsAndChangesNothing();
     void cancellingKeepsTheMessage();
     void exportFailureSaysWhy();
+    void exportOntoAFullDiskSaysSoAndLeavesNoFile();
+    void failedExportKeepsTheOlderFile();
+    void exportIntoAReadOnlyFileSystemSaysSo();
+    void exportOntoAFifoIsRefused();
+    void importReadsOnlyRegularFilesOfSaneSize();
 };
 
 void TestSnippetFiles::importingTheExportedFileUpdatesEverySnippet() {
@@ -136,6 +147,86 @@ void TestSnippetFiles::exportFailureSaysWhy() {
     QVERIFY2(message.startsWith(QStringLiteral("Export failed: ")), qPrintable(message));
     QVERIFY(message.size() > QStringLiteral("Export failed: ").size()); // with the reason
     QVERIFY(!QFile::exists(path));
+}
+
+void TestSnippetFiles::exportOntoAFullDiskSaysSoAndLeavesNoFile() {
+    ScratchFileSystem disk;
+    if (!disk.isMounted())
+        QSKIP(qPrintable(disk.skipReason()));
+    QVERIFY(disk.fill());
+    const QString path = disk.filePath(QStringLiteral("snippets.json"));
+    QTest::mouseClick(child<QPushButton>("export"), Qt::LeftButton);
+    QVERIFY(answerDialog(path));
+    QVERIFY2(m_tab->message().startsWith(QStringLiteral("Export failed: ")),
+             qPrintable(m_tab->message()));
+    QVERIFY(m_tab->message().size() > QStringLiteral("Export failed: ").size());
+    QCOMPARE(child<QLabel>("message")->text(), m_tab->message());
+    QCOMPARE(disk.entries(), QStringList()); // neither an empty file nor a temporary one
+}
+
+void TestSnippetFiles::failedExportKeepsTheOlderFile() {
+    ScratchFileSystem disk;
+    if (!disk.isMounted())
+        QSKIP(qPrintable(disk.skipReason()));
+    const QString path = disk.filePath(QStringLiteral("snippets.json"));
+    QCOMPARE(SnippetTransfer::exportFile(m_fixture->snippets.snippets(), path),
+             QStringLiteral("Exported 2 snippet(s)."));
+    const QByteArray older = *SettingsFixture::read(path);
+    QVERIFY(disk.fill());
+    QList<Snippet> more = m_fixture->snippets.snippets();
+    more.append(Snippet{QUuid::createUuid(), QStringLiteral(";long"), QString(5000, u'x')});
+    const QString message = SnippetTransfer::exportFile(more, path);
+    QVERIFY2(message.startsWith(QStringLiteral("Export failed: ")), qPrintable(message));
+    QCOMPARE(*SettingsFixture::read(path), older);
+    QCOMPARE(disk.entries(), QStringList{QStringLiteral("snippets.json")});
+}
+
+void TestSnippetFiles::exportIntoAReadOnlyFileSystemSaysSo() {
+    ScratchFileSystem disk;
+    if (!disk.isMounted())
+        QSKIP(qPrintable(disk.skipReason()));
+    QVERIFY(disk.makeReadOnly());
+    const QString message = SnippetTransfer::exportFile(m_fixture->snippets.snippets(),
+                                                        disk.filePath(QStringLiteral("s.json")));
+    QVERIFY2(message.startsWith(QStringLiteral("Export failed: ")), qPrintable(message));
+    QVERIFY(message.size() > QStringLiteral("Export failed: ").size());
+    QCOMPARE(disk.entries(), QStringList());
+}
+
+void TestSnippetFiles::exportOntoAFifoIsRefused() {
+    const QString path = m_fixture->folder.filePath(QStringLiteral("pipe.json"));
+    UnansweredFifo fifo(path, "");
+    QVERIFY(fifo.isValid());
+    QCOMPARE(SnippetTransfer::exportFile(m_fixture->snippets.snippets(), path),
+             QStringLiteral("Export failed: not a regular file"));
+    QVERIFY(!QFileInfo(path).isFile());
+}
+
+void TestSnippetFiles::importReadsOnlyRegularFilesOfSaneSize() {
+    const QString failed =
+        QStringLiteral("Import failed: the file is not a valid snippets JSON list.");
+    const QList<Snippet> before = m_fixture->snippets.snippets();
+    const QString list = R"([{"abbreviation": ";tel", "expansion": "555"}])";
+
+    const QString fifoPath = m_fixture->folder.filePath(QStringLiteral("pipe.json"));
+    UnansweredFifo fifo(fifoPath, list.toUtf8());
+    QVERIFY(fifo.isValid());
+    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, fifoPath), failed);
+    QVERIFY2(!fifo.fedAReader(), "the FIFO was opened for reading");
+
+    const QString zero = m_fixture->folder.filePath(QStringLiteral("zero.json"));
+    QVERIFY(QFile::link(QStringLiteral("/dev/zero"), zero));
+    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, zero), failed);
+
+    const QString big = m_fixture->folder.filePath(QStringLiteral("big.json"));
+    QVERIFY(writeFile(big, list.toUtf8() + QByteArray(JsonFile::maxReadSize, ' ')));
+    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, big), failed);
+    QCOMPARE(m_fixture->snippets.snippets(), before);
+
+    // The same list within the limit is imported.
+    QVERIFY(writeFile(big, list.toUtf8() + QByteArray(1000, ' ')));
+    QCOMPARE(SnippetTransfer::importFile(m_fixture->snippets, big),
+             QStringLiteral("Imported 1 new and updated 0 existing snippet(s)."));
 }
 
 QTEST_MAIN(TestSnippetFiles)

@@ -1,6 +1,11 @@
 #include "snippets/SnippetStore.h"
 #include "storage/AppSupport.h"
 
+#include "MemoryCap.h"
+#include "ScratchFileSystem.h"
+#include "UnansweredFifo.h"
+
+#include <QDir>
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -39,6 +44,7 @@ private:
     QString path() const { return m_dir.filePath(QStringLiteral("snippets.json")); }
 
 private Q_SLOTS:
+    void initTestCase() { QVERIFY(capAddressSpace()); }
     void init() { QFile::remove(path()); }
 
     void noFileGivesTheStartersAndWritesNothing() {
@@ -134,6 +140,63 @@ private Q_SLOTS:
         QCOMPARE(store.merge(list), (SnippetStore::MergeResult{2, 0}));
         QCOMPARE(store.merge(list), (SnippetStore::MergeResult{0, 2}));
         QCOMPARE(store.snippets().size(), 2);
+    }
+
+    void aFullDiskKeepsTheFileAsItWas() {
+        ScratchFileSystem disk;
+        if (!disk.isMounted())
+            QSKIP(qPrintable(disk.skipReason()));
+        const QString file = disk.filePath(QStringLiteral("snippets.json"));
+        SnippetStore store(file);
+        store.save();
+        const QByteArray saved = readFile(file);
+        QVERIFY(!saved.isEmpty());
+        QVERIFY(disk.fill());
+        QCOMPARE(store.merge({snippet(";tel", QString(3000, u'5'))}),
+                 (SnippetStore::MergeResult{1, 0}));
+        QCOMPARE(store.snippets().size(), 3);
+        QCOMPARE(readFile(file), saved);
+        QCOMPARE(disk.entries(), QStringList{QStringLiteral("snippets.json")});
+    }
+
+    void aReadOnlyFileSystemKeepsTheFileAsItWas() {
+        ScratchFileSystem disk;
+        if (!disk.isMounted())
+            QSKIP(qPrintable(disk.skipReason()));
+        const QString file = disk.filePath(QStringLiteral("snippets.json"));
+        SnippetStore store(file);
+        store.save();
+        const QByteArray saved = readFile(file);
+        QVERIFY(disk.makeReadOnly());
+        store.setSnippets({});
+        QVERIFY(store.snippets().isEmpty());
+        QCOMPARE(readFile(file), saved);
+    }
+
+    void aDeletedDataFolderIsCreatedAgainOnTheNextChange() {
+        QTemporaryDir dir;
+        const QString folder = dir.filePath(QStringLiteral("Wendle"));
+        const QString file = QDir(folder).filePath(QStringLiteral("snippets.json"));
+        SnippetStore store(file);
+        store.save();
+        QVERIFY(QDir(folder).removeRecursively());
+        store.merge({snippet(";tel", "555")});
+        QCOMPARE(pairs(SnippetStore(file).snippets()), pairs(store.snippets()));
+    }
+
+    void oddFilesReadAsMissing() {
+        {
+            UnansweredFifo fifo(path(), "[]");
+            QVERIFY(fifo.isValid());
+            SnippetStore store(path());
+            QVERIFY2(!fifo.fedAReader(), "the FIFO was opened for reading");
+            QCOMPARE(store.snippets().size(), 2); // the starters
+            store.save();
+            QVERIFY(QFileInfo(path()).isFile());
+        }
+        QFile::remove(path());
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path()));
+        QCOMPARE(SnippetStore(path()).snippets().size(), 2);
     }
 
     void sharedStoreLivesInTheDataFolder() {
