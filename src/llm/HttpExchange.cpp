@@ -7,6 +7,11 @@ namespace {
 
 // A response head longer than this is no model server's.
 constexpr qsizetype headLimit = 64 * 1024;
+// The socket buffers this much of a reply that comes faster than it is
+// read, and the body is read in slices of this size, so that a reply's
+// memory stays small however fast and long it is.
+constexpr qint64 socketBuffer = 256 * 1024;
+constexpr qint64 slice = 64 * 1024;
 
 // Where the blank line that ends a head is, and how long it is; -1 if none yet.
 std::pair<qsizetype, qsizetype> headEnd(const QByteArray& bytes) {
@@ -89,6 +94,7 @@ void HttpExchange::start() {
         connect(m_socket, &QTcpSocket::connected, this, &HttpExchange::onConnected);
         m_socket->connectToHost(url.host(), quint16(url.port(80)));
     }
+    m_socket->setReadBufferSize(socketBuffer);
     connect(m_socket, &QTcpSocket::readyRead, this, &HttpExchange::onReadyRead);
     connect(m_socket, &QTcpSocket::bytesWritten, this, [this] { m_idle.start(); });
     connect(m_socket, &QTcpSocket::errorOccurred, this, &HttpExchange::onSocketError);
@@ -115,14 +121,19 @@ void HttpExchange::onReadyRead() {
     if (m_over || !m_socket)
         return;
     m_idle.start();
-    QByteArray bytes = m_socket->readAll();
-    if (!m_headDone) {
-        m_headBytes += bytes;
-        if (!readHead() || !m_headDone)
+    while (m_socket->bytesAvailable() > 0) {
+        QByteArray bytes = m_socket->read(slice);
+        if (!m_headDone) {
+            m_headBytes += bytes;
+            if (!readHead())
+                return;
+            if (!m_headDone)
+                continue;
+            bytes = std::exchange(m_headBytes, QByteArray());
+        }
+        if (!readBody(bytes))
             return;
-        bytes = std::exchange(m_headBytes, QByteArray());
     }
-    readBody(bytes);
 }
 
 bool HttpExchange::readHead() {
