@@ -259,14 +259,15 @@ void HttpExchange::onSocketError() {
         fail(QNetworkReply::TimeoutError, m_socket->errorString());
         return;
     case QAbstractSocket::NetworkError:
-        // Network or host unreachable: nothing answers at that address.
-        fail(QNetworkReply::TemporaryNetworkFailureError, m_socket->errorString());
+        // Network or host unreachable; the network library's code for it.
+        fail(QNetworkReply::UnknownNetworkError, m_socket->errorString());
         return;
     case QAbstractSocket::SslHandshakeFailedError:
         fail(QNetworkReply::SslHandshakeFailedError, m_socket->errorString());
         return;
     default:
-        fail(QNetworkReply::UnknownNetworkError, m_socket->errorString());
+        // Passed on with the socket's own description.
+        fail(QNetworkReply::ProtocolFailure, m_socket->errorString());
         return;
     }
 }
