@@ -127,13 +127,15 @@ QCoro::Task<int> run(QStringList arguments) {
     RunEnd end(stream.get());
     Console::setInterruptHandler([&stream] { stream->abort(); });
 
+    // The reply itself is not kept: what is printed is gone, and the cleaner
+    // holds back only what may still change. --raw runs it too, for the
+    // empty-reply check.
     StreamingCleaner cleaner;
-    QString reply;
     bool printed = false;
     bool printFailed = false;
     QObject::connect(stream.get(), &ChatStream::piece, &end, [&](const QString& piece) {
-        reply += piece;
-        const QString out = raw ? piece : cleaner.feed(piece);
+        const QString cleaned = cleaner.feed(piece);
+        const QString& out = raw ? piece : cleaned;
         if (out.isEmpty())
             return;
         printed = true;
@@ -157,11 +159,12 @@ QCoro::Task<int> run(QStringList arguments) {
         Console::error(end.error()->description());
         co_return ExitStatus::failure;
     }
-    if (ReplyText::cleaned(reply).isEmpty()) {
+    const QString rest = cleaner.finish();
+    if (cleaner.handedOut() == 0) {
         Console::error(ReplyText::emptyReplyText);
         co_return ExitStatus::failure;
     }
-    if (!raw && !Console::print(cleaner.finish() + u'\n'))
+    if (!raw && !Console::print(rest + u'\n'))
         co_return ExitStatus::failure;
     co_return ExitStatus::success;
 }

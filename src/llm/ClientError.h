@@ -7,8 +7,10 @@
 #include <optional>
 
 // Anything a model run or a model listing can end with: one of the client's
-// own LLMErrors, or a transport failure passed through unchanged (with the
-// network library's own description), or cancellation, which callers swallow.
+// own LLMErrors, a refusal of the client's own (a redirect to another server,
+// a reply too long to keep), a transport failure passed through unchanged
+// (with the network library's own description), or cancellation, which
+// callers swallow.
 class ClientError {
 public:
     // Implicit by design: an LLMError is a ClientError.
@@ -17,6 +19,11 @@ public:
 
     static ClientError transport(int networkError, const QString& description);
     static ClientError cancelled();
+    // The server sent the request on to `address`, another server than the
+    // configured one; the client did not follow.
+    static ClientError redirectRefused(const QString& address);
+    // The reply grew past what the client keeps, `limit` bytes.
+    static ClientError replyTooLong(qsizetype limit);
 
     // The LLMError, when it is one.
     const std::optional<LLMError>& llm() const { return m_llm; }

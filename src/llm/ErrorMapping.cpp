@@ -19,6 +19,9 @@ ClientError mapError(QNetworkReply::NetworkError error, const QString& descripti
     case QNetworkReply::TimeoutError:
     case QNetworkReply::TemporaryNetworkFailureError:
     case QNetworkReply::NetworkSessionFailedError:
+    // The network library's code for a network or host that cannot be
+    // reached ("Network unreachable", "Host unreachable").
+    case QNetworkReply::UnknownNetworkError:
         return LLMError::noServer(address(url));
     default:
         return ClientError::transport(error, description);

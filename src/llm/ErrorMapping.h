@@ -8,7 +8,8 @@
 namespace LLMClient {
 
 // A transport failure as the user sees it: refused connections, unknown
-// hosts, lost connections, time-outs and no network all read as
+// hosts, lost connections, time-outs, unreachable networks and hosts and no
+// network all read as
 // LLMError::noServer naming the host and port of `url`; anything else passes
 // through with the network library's own description. `ownAbort` tells a
 // cancellation we asked for from a time-out, which Qt reports alike.

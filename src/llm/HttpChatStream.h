@@ -5,12 +5,16 @@
 #include "settings/ServerSettings.h"
 
 #include <QCoroTask>
+#include <QNetworkReply>
 #include <QPointer>
+#include <QUrl>
 
-class QNetworkReply;
+class HttpExchange;
 
 // A chat run over HTTP: the request built from a settings snapshot taken at
-// construction, the reply read line by line as it arrives.
+// construction, the reply read line by line as it arrives. Redirects are
+// followed only on the configured server; a reply counts as complete only
+// when its body reached the server's end.
 class HttpChatStream final : public ChatStream {
     Q_OBJECT
 public:
@@ -26,27 +30,35 @@ private:
     enum class Reading { undecided, reply, errorText };
 
     QCoro::Task<> start(ServerSettings settings, QString instruction, QString text);
-    void onReadyRead();
-    void onFinished();
-    void decideReading();
-    // Hands every complete line of the bytes read so far to handleLine();
-    // false when the run has ended (and `this` may be gone).
-    bool readAvailable();
+    void send(const QUrl& url, const QByteArray& method, const QByteArray& body);
+    void onHead();
+    void onBody(const QByteArray& bytes);
+    void onBodyEnd();
+    void onTransportFailure(QNetworkReply::NetworkError error, const QString& description);
+    // Follows a redirect on the same server; false when the status is none.
+    bool followRedirect();
+    // Hands every complete line of `bytes` to handleLine(); false when the
+    // run has ended (and `this` may be gone).
+    bool readLines(QByteArrayView bytes);
     bool handleLine(QByteArrayView line);
     bool handleReplyLine(QByteArrayView line);
     bool handleErrorLine(const QString& line);
     void succeed();
     void fail(const ClientError& error);
-    void dropReply();
+    void dropExchange();
 
     const QString m_url;   // the chat URL as computed, for error texts
     const bool m_ollama;   // newline-delimited JSON rather than server-sent events
     const QString m_model; // trimmed; may be empty
-    QPointer<QNetworkReply> m_reply;
+    QList<std::pair<QByteArray, QByteArray>> m_headers;
+    QByteArray m_body;
+    QUrl m_current; // where the request went last (it differs after a redirect)
+    int m_redirects = 0;
+    QPointer<HttpExchange> m_exchange;
     LineSplitter m_lines;
     Reading m_reading = Reading::undecided;
     int m_status = 0;
     QString m_errorText;
+    qsizetype m_replySize = 0; // characters of reply text so far
     bool m_over = false;
-    bool m_ownAbort = false;
 };

@@ -44,6 +44,13 @@ QString normalized(const QString& url);
 QString join(const QString& base, const QString& path);
 QString chatURL(const ServerSettings& settings);
 QString modelsURL(const ServerSettings& settings);
+// Whether `to` is on the same server as `from`: the same scheme, host and
+// port. Requests follow redirects only there, so that the user's text and API
+// key never reach a server the user did not choose.
+bool sameServer(const QUrl& from, const QUrl& to);
+// "Wendle/<version>", the User-Agent of every request.
+QByteArray userAgent();
+
 // "Bearer <trimmed key>" for LM Studio and custom servers when a non-blank key
 // is stored; nothing for Ollama or a blank key.
 void applyAuth(QNetworkRequest& request, const ServerSettings& settings, const QString& storedKey);
@@ -63,5 +70,13 @@ struct Timeouts {
 };
 Timeouts timeouts();
 void setTimeouts(const Timeouts& timeouts);
+
+// How much of a reply the client reads: characters of reply text, and bytes
+// of any one line of the body. Generous; tests lower it.
+struct Limits {
+    qsizetype reply = 64 * 1024 * 1024;
+};
+Limits limits();
+void setLimits(const Limits& limits);
 
 } // namespace LLMClient

@@ -23,6 +23,9 @@ public:
         return std::exchange(m_partial, QByteArray());
     }
 
+    // The length of the line still waiting for its terminator.
+    qsizetype pendingSize() const { return m_partial.size(); }
+
 private:
     QByteArray m_partial;   // the start of a line that is not yet complete
     bool m_afterCR = false; // the last piece ended with CR: skip one LF

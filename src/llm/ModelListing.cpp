@@ -66,11 +66,40 @@ QCoro::Task<ModelList> listModels(ServerSettings settings) {
 
     QNetworkRequest request(url);
     request.setTransferTimeout(int(timeouts().listing.count()));
+    request.setHeader(QNetworkRequest::UserAgentHeader, userAgent());
+    // Redirects wait for a check: only the configured server is followed.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::UserVerifiedRedirectPolicy);
     if (settings.provider != Provider::ollama)
         applyAuth(request, settings, co_await Keychain::get());
 
     const std::unique_ptr<QNetworkReply, DeleteLater> reply(network().get(request));
+    std::optional<QUrl> refused;
+    bool tooLong = false;
+    QUrl current = url;
+    QObject::connect(reply.get(), &QNetworkReply::redirected, reply.get(), [&](const QUrl& target) {
+        if (sameServer(current, target)) {
+            current = target;
+            Q_EMIT reply->redirectAllowed();
+            return;
+        }
+        refused = target;
+        reply->abort();
+    });
+    const qsizetype limit = limits().reply;
+    QObject::connect(reply.get(), &QNetworkReply::downloadProgress, reply.get(),
+                     [&](qint64 received, qint64) {
+                         if (received <= limit || tooLong)
+                             return;
+                         tooLong = true;
+                         reply->abort();
+                     });
     co_await reply.get();
+    if (refused)
+        co_return ModelList{
+            {}, ClientError::redirectRefused(address(refused->toString(QUrl::RemoveUserInfo)))};
+    if (tooLong)
+        co_return ModelList{{}, ClientError::replyTooLong(limit)};
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (status.isValid() && status.toInt() != 200) {

@@ -8,6 +8,7 @@
 namespace {
 
 LLMClient::Timeouts currentTimeouts;
+LLMClient::Limits currentLimits;
 
 QJsonObject message(const QString& role, const QString& content) {
     return QJsonObject{{QStringLiteral("role"), role}, {QStringLiteral("content"), content}};
@@ -63,6 +64,18 @@ QString modelsURL(const ServerSettings& settings) {
     return {};
 }
 
+bool sameServer(const QUrl& from, const QUrl& to) {
+    const QString scheme = from.scheme().toLower();
+    const int defaultPort = scheme == QLatin1String("https") ? 443 : 80;
+    return scheme == to.scheme().toLower() &&
+           from.host().compare(to.host(), Qt::CaseInsensitive) == 0 &&
+           from.port(defaultPort) == to.port(defaultPort);
+}
+
+QByteArray userAgent() {
+    return QByteArrayLiteral("Wendle/" WENDLE_VERSION);
+}
+
 void applyAuth(QNetworkRequest& request, const ServerSettings& settings, const QString& storedKey) {
     // Ollama never gets the key; one stored key serves every other server.
     if (settings.provider == Provider::ollama)
@@ -105,6 +118,14 @@ Timeouts timeouts() {
 
 void setTimeouts(const Timeouts& timeouts) {
     currentTimeouts = timeouts;
+}
+
+Limits limits() {
+    return currentLimits;
+}
+
+void setLimits(const Limits& limits) {
+    currentLimits = limits;
 }
 
 } // namespace LLMClient

@@ -5,36 +5,47 @@
 // Cleans a reply while it streams in. Fed the raw pieces one by one, it hands
 // out only text that is certain to begin the final cleaned reply: it holds
 // back trailing white space (it may end the reply), an unclosed think block
-// (it may never close) and a trailing part of an opening tag (the next piece
-// may complete it). finish() hands out the rest, so that everything handed
-// out, joined, is exactly ReplyText::cleaned() of all the pieces.
+// (it may never close) and trailing parts of an opening tag (the next piece,
+// or the removal of a block after them, may complete them). finish() hands
+// out the rest, so that everything handed out, joined, is exactly
+// ReplyText::cleaned() of all the pieces.
 //
-// Work is proportional to the size of the input, not to its square: the
-// whole reply is never searched again.
+// It keeps only what it holds back, never what it handed out nor the inside
+// of a block, and it looks at every character a bounded number of times: its
+// memory follows what is held back, its work the length of the reply.
 class StreamingCleaner {
 public:
     // The text that has become certain with this piece; often empty.
-    QString feed(const QString& piece);
+    QString feed(QStringView piece);
+    QString feed(const QString& piece) { return feed(QStringView(piece)); }
     // The rest, at the end of the reply.
     QString finish();
 
-    // Everything handed out so far.
+    // How many characters were handed out so far.
     qsizetype handedOut() const { return m_handedOut; }
+    // Characters searched, compared, copied or moved so far: the cost of the
+    // work done, which tests check grows with the reply's length alone.
+    qsizetype work() const { return m_work; }
 
 private:
+    // Takes text outside any block up to the next opening tag, if any;
+    // returns where reading of `piece` goes on.
+    qsizetype takeOutside(QStringView piece, qsizetype from);
+    // Skips block text up to its closing tag, if any; the same.
+    qsizetype skipBlock(QStringView piece, qsizetype from);
+    qsizetype partialTagAtEnd(qsizetype end);
     QString certainText();
 
-    // The raw text with every closed block removed; an open block, if any,
-    // still at its end.
-    QString m_text;
-    // Where the open block starts in m_text; -1 when there is none.
-    qsizetype m_open = -1;
-    // No opening tag starts in m_text before this (when m_open < 0), or no
-    // closing tag after m_open ends before it (when m_open >= 0).
-    qsizetype m_searchFrom = 0;
-    // m_text[m_start, m_emitted) has been handed out; m_start is where the
-    // text begins after leading white space, -1 while that is not known.
-    qsizetype m_start = -1;
-    qsizetype m_emitted = 0;
+    // Text outside blocks not handed out yet: white space and partial tags
+    // that may still change, and the text of the current piece.
+    QString m_held;
+    // m_held[0, m_heldBefore) was held back already before this piece.
+    qsizetype m_heldBefore = 0;
+    bool m_inBlock = false;
+    // The last characters of the open block, as many as a closing tag
+    // split between two pieces needs.
+    QString m_blockTail;
+    bool m_started = false; // something was handed out: leading white space is gone
     qsizetype m_handedOut = 0;
+    qsizetype m_work = 0;
 };

@@ -197,6 +197,32 @@ private Q_SLOTS:
         QCOMPARE(wendle.exitCode(), 1);
     }
 
+    // A reply cut off by a reset or by damaged chunk framing is no reply:
+    // status 1 and the lost-connection text, never a truncated success.
+    void cutReplyFails_data() {
+        QTest::addColumn<int>("mode");
+        QTest::newRow("reset") << int(ReplyPlan::Mode::resetMidBody);
+        QTest::newRow("damaged chunk head") << int(ReplyPlan::Mode::badChunkMidBody);
+        QTest::newRow("close inside a chunk") << int(ReplyPlan::Mode::closeInsideChunk);
+    }
+    void cutReplyFails() {
+        QFETCH(int, mode);
+        ReplyPlan plan = ReplyPlan::recorded("ollama_chat_stream_basic.txt");
+        plan.split = ReplyPlan::Split::lines;
+        plan.mode = ReplyPlan::Mode(mode);
+        qsizetype at = 0;
+        for (int i = 0; i < 4; ++i)
+            at = plan.body.indexOf('\n', at) + 1;
+        plan.closeAfter = at;
+        m_server->route("POST", "/api/chat", plan);
+        CliProcess wendle(ollamaAt({"1"}));
+        QVERIFY(wendle.run("text"));
+        QCOMPARE(wendle.errText(),
+                 noServerText(QStringLiteral("127.0.0.1:%1").arg(m_server->port())));
+        QCOMPARE(wendle.outText(), QStringLiteral("Hello! How can\n"));
+        QCOMPARE(wendle.exitCode(), 1);
+    }
+
     void onlyThinkingIsAnEmptyReply() {
         m_server->route("POST", "/api/chat",
                         ReplyPlan::text(200, "application/x-ndjson",

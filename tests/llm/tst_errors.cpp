@@ -67,6 +67,9 @@ private Q_SLOTS:
         QTest::newRow("temporary failure") << int(QNetworkReply::TemporaryNetworkFailureError);
         QTest::newRow("network session") << int(QNetworkReply::NetworkSessionFailedError);
         QTest::newRow("transfer time-out") << int(QNetworkReply::OperationCanceledError);
+        // What the network library reports for "Network unreachable" and
+        // "Host unreachable" (its socket-level network error).
+        QTest::newRow("unreachable") << int(QNetworkReply::UnknownNetworkError);
     }
     void unreachableServersReadAsNoServer() {
         QFETCH(int, error);

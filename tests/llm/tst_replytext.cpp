@@ -20,6 +20,20 @@ QString streamed(const QStringList& pieces, const QString& final) {
     return out;
 }
 
+// The removal as a person would do it, written for clarity, not speed: find
+// the first opening tag, cut to the end of the next closing tag (or to the
+// end), start again from the beginning; then trim.
+QString referenceCleaned(QString text) {
+    for (;;) {
+        const qsizetype open = text.indexOf(QLatin1String("<think>"));
+        if (open < 0)
+            break;
+        const qsizetype close = text.indexOf(QLatin1String("</think>"), open + 7);
+        text.remove(open, close < 0 ? text.size() - open : close + 8 - open);
+    }
+    return text.trimmed();
+}
+
 QStringList randomSplit(const QString& text, QRandomGenerator& random) {
     QStringList pieces;
     qsizetype at = 0;
@@ -139,9 +153,10 @@ private Q_SLOTS:
             const int count = random.bounded(1, 14);
             for (int i = 0; i < count; ++i)
                 raw += atoms[random.bounded(int(atoms.size()))];
-            const QString expected = ReplyText::cleaned(raw);
+            const QString expected = referenceCleaned(raw);
+            const QString whole = ReplyText::cleaned(raw);
             const QString actual = streamed(randomSplit(raw, random), expected);
-            if (actual != expected)
+            if (actual != expected || whole != expected)
                 QFAIL(qPrintable(u"raw: " % raw % u"\nexpected: " % expected % u"\nactual: " %
                                  actual));
         }
@@ -158,6 +173,48 @@ private Q_SLOTS:
         for (qsizetype at = 0; at < raw.size(); at += 3)
             pieces.append(raw.mid(at, 3));
         QCOMPARE(streamed(pieces, expected), expected);
+    }
+
+    // The work of removing blocks grows with the length of the reply alone,
+    // not with the number of blocks times the length: counted, not timed.
+    void removalWorkIsLinear_data() {
+        QTest::addColumn<QString>("unit");
+        QTest::addColumn<int>("pieceLength"); // 0: the whole text at once
+        const QStringList units{
+            "word <think>x</think>",
+            "<think>a thought</think>a",
+            "<th<think>x</think>ink>y</think>z ", // removals that join into new tags
+            "<<<t<th ",
+        };
+        for (const QString& unit : units) {
+            for (const int pieceLength : {0, 1, 5, 64})
+                QTest::addRow("%s, pieces of %d", qPrintable(unit), pieceLength)
+                    << unit << pieceLength;
+        }
+    }
+    void removalWorkIsLinear() {
+        QFETCH(QString, unit);
+        QFETCH(int, pieceLength);
+        const auto workFor = [&](int blocks) {
+            const QString raw = unit.repeated(blocks);
+            StreamingCleaner cleaner;
+            if (pieceLength == 0) {
+                cleaner.feed(raw);
+            } else {
+                for (qsizetype at = 0; at < raw.size(); at += pieceLength)
+                    cleaner.feed(QStringView(raw).mid(at, pieceLength));
+            }
+            cleaner.finish();
+            return std::pair(cleaner.work(), raw.size());
+        };
+        const auto [small, smallLength] = workFor(2000);
+        const auto [large, largeLength] = workFor(32000);
+        // A few dozen steps per character at most, however many blocks.
+        QVERIFY2(large <= 40 * largeLength, qPrintable(QString::number(large)));
+        // Sixteen times the blocks, sixteen times the work (with a margin).
+        QVERIFY2(large <= 17 * small,
+                 qPrintable(QStringLiteral("%1 then %2").arg(small).arg(large)));
+        QVERIFY(smallLength * 16 == largeLength);
     }
 
     void emptyReplyText() {

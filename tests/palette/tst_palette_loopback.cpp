@@ -256,6 +256,25 @@ private Q_SLOTS:
                                 "not found"));
     }
 
+    // A reply cut off by a reset fails as a lost connection: the part that
+    // came stays visible, but the run is not done and cannot replace.
+    void aCutReplyFailsAndCannotReplace() {
+        ReplyPlan plan = vector("ollama_chat_stream_basic.txt");
+        plan.mode = ReplyPlan::Mode::resetMidBody;
+        qsizetype at = 0;
+        for (int i = 0; i < 4; ++i)
+            at = plan.body.indexOf('\n', at) + 1;
+        plan.closeAfter = at;
+        m_server->route("POST", "/api/chat", plan);
+        m_model->runSelected();
+        QTRY_COMPARE(m_model->phase(), Phase::failed);
+        QCOMPARE(
+            m_model->errorMessage(),
+            LLMError::noServer(QStringLiteral("127.0.0.1:%1").arg(m_server->port())).description());
+        QCOMPARE(m_model->output(), QStringLiteral("Hello! How can"));
+        QVERIFY(!m_model->canReplace());
+    }
+
     void aDeadServerNamesItsAddress() {
         // A port that was free a moment ago and has nobody listening now.
         QTcpServer probe;

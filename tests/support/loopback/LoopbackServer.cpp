@@ -8,6 +8,8 @@
 
 #include <chrono>
 
+#include <sys/socket.h>
+
 namespace {
 
 qint64 nowNs() {
@@ -24,6 +26,16 @@ QByteArray reasonPhrase(int status) {
         return "Created";
     case 204:
         return "No Content";
+    case 301:
+        return "Moved Permanently";
+    case 302:
+        return "Found";
+    case 303:
+        return "See Other";
+    case 307:
+        return "Temporary Redirect";
+    case 308:
+        return "Permanent Redirect";
     case 400:
         return "Bad Request";
     case 401:
@@ -104,6 +116,8 @@ private:
             head += "Transfer-Encoding: chunked\r\n";
         else
             head += "Content-Length: " + QByteArray::number(m_plan.body.size()) + "\r\n";
+        for (const auto& [name, value] : m_plan.headers)
+            head += name + ": " + value + "\r\n";
         head += "\r\n";
         m_socket->write(head);
         m_socket->flush();
@@ -157,11 +171,8 @@ private:
 
     void finishReply() {
         const int index = m_current;
-        if (m_plan.mode == ReplyPlan::Mode::closeMidBody) {
-            // The server gives up in the middle of the body.
-            m_closedByUs = true;
-            m_current = -1;
-            m_socket->disconnectFromHost();
+        if (m_plan.cutsBody()) {
+            cutBody();
             return;
         }
         if (m_plan.framing == ReplyPlan::Framing::chunked)
@@ -174,6 +185,29 @@ private:
         Q_EMIT m_server->replyComplete(index);
         // A kept-alive connection may already carry the next request.
         QTimer::singleShot(0, this, [this] { readRequests(); });
+    }
+
+    // The server gives up in the middle of the body, in the way the plan says.
+    void cutBody() {
+        const bool chunked = m_plan.framing == ReplyPlan::Framing::chunked;
+        if (chunked && m_plan.mode == ReplyPlan::Mode::badChunkMidBody)
+            m_socket->write("zz-not-a-size\r\nhello\r\n");
+        else if (chunked && m_plan.mode == ReplyPlan::Mode::closeInsideChunk)
+            m_socket->write("400\r\n{\"message\":{\"content\":\"cut\"}}");
+        m_closedByUs = true;
+        m_current = -1;
+        if (m_plan.mode != ReplyPlan::Mode::resetMidBody) {
+            m_socket->disconnectFromHost();
+            return;
+        }
+        // Everything written so far goes out first; then a zero linger time
+        // makes the close a reset.
+        while (m_socket->bytesToWrite() > 0 && m_socket->waitForBytesWritten(5000)) {
+        }
+        const linger noLinger{1, 0};
+        ::setsockopt(int(m_socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &noLinger,
+                     sizeof noLinger);
+        m_socket->abort();
     }
 
     void onDisconnected() {
@@ -229,10 +263,12 @@ LoopbackServer::~LoopbackServer() {
     delete m_server;
 }
 
-bool LoopbackServer::listen(quint16 port) {
-    if (!m_server->listen(QHostAddress::LocalHost, port))
+bool LoopbackServer::listen(quint16 port, const QHostAddress& address) {
+    if (!m_server->listen(address, port))
         return false;
     m_port = m_server->serverPort();
+    QMutexLocker lock(&m_mutex);
+    m_host = address.toString();
     return true;
 }
 
@@ -241,7 +277,12 @@ quint16 LoopbackServer::port() const {
 }
 
 QString LoopbackServer::url() const {
-    return QStringLiteral("http://127.0.0.1:%1").arg(port());
+    return QStringLiteral("http://%1:%2").arg(host()).arg(port());
+}
+
+QString LoopbackServer::host() const {
+    QMutexLocker lock(&m_mutex);
+    return m_host;
 }
 
 void LoopbackServer::route(const QByteArray& method, const QByteArray& path,
@@ -289,7 +330,7 @@ LoopbackServer::Request LoopbackServer::request(int index) const {
     return m_requests.value(index);
 }
 
-LoopbackThread::LoopbackThread()
+LoopbackThread::LoopbackThread(const QHostAddress& address)
     : m_thread(new QThread)
     , m_server(new LoopbackServer) {
     m_thread->setObjectName(QStringLiteral("loopback server"));
@@ -297,10 +338,10 @@ LoopbackThread::LoopbackThread()
     m_thread->start();
     bool listening = false;
     QMetaObject::invokeMethod(
-        m_server, [this, &listening] { listening = m_server->listen(); },
+        m_server, [this, &listening, &address] { listening = m_server->listen(0, address); },
         Qt::BlockingQueuedConnection);
     if (!listening)
-        qFatal("The loopback server cannot listen on 127.0.0.1");
+        qFatal("The loopback server cannot listen on %s", qPrintable(address.toString()));
 }
 
 LoopbackThread::~LoopbackThread() {

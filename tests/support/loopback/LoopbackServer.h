@@ -3,6 +3,7 @@
 #include "ReplyPlan.h"
 
 #include <QHash>
+#include <QHostAddress>
 #include <QList>
 #include <QMutex>
 #include <QObject>
@@ -13,9 +14,9 @@
 class QTcpServer;
 class QTcpSocket;
 
-// A small HTTP/1.1 server on 127.0.0.1 for tests of the model client: it
-// answers each request by its method and path with a ReplyPlan, and records
-// what the client sent and how the exchange ended.
+// A small HTTP/1.1 server on 127.0.0.1 (or another loopback address) for tests of the model client:
+// it answers each request by its method and path with a ReplyPlan, and records what the client sent
+// and how the exchange ended.
 //
 // It lives in the thread it was created in (or moved to); LoopbackThread runs
 // one in a thread of its own. route(), port(), url() and the records may be
@@ -45,10 +46,13 @@ public:
     explicit LoopbackServer(QObject* parent = nullptr);
     ~LoopbackServer() override;
 
-    // Listens on 127.0.0.1; port 0 picks a free port.
-    bool listen(quint16 port = 0);
+    // Listens on `address` (127.0.0.1 unless told); port 0 picks a free port.
+    bool listen(quint16 port = 0,
+                const QHostAddress& address = QHostAddress(QHostAddress::LocalHost));
     quint16 port() const;
-    // "http://127.0.0.1:<port>"
+    // The address listened on, as text: "127.0.0.1" unless told.
+    QString host() const;
+    // "http://<host>:<port>"
     QString url() const;
 
     // Every request with this method and path (without query) gets `plan`.
@@ -75,6 +79,7 @@ private:
 
     QTcpServer* m_server;
     std::atomic<quint16> m_port = 0;
+    QString m_host;
     QHash<QByteArray, ReplyPlan> m_routes;
     ReplyPlan m_fallback;
     mutable QMutex m_mutex;
@@ -88,7 +93,7 @@ class QThread;
 // thread is free to read each piece as it comes. Listens at construction.
 class LoopbackThread {
 public:
-    LoopbackThread();
+    explicit LoopbackThread(const QHostAddress& address = QHostAddress(QHostAddress::LocalHost));
     ~LoopbackThread();
     LoopbackThread(const LoopbackThread&) = delete;
     LoopbackThread& operator=(const LoopbackThread&) = delete;

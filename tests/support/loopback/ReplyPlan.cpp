@@ -64,8 +64,15 @@ ReplyPlan ReplyPlan::htmlPage() {
                 "</body>\n</html>\n");
 }
 
+ReplyPlan ReplyPlan::redirect(int status, const QByteArray& location) {
+    ReplyPlan plan =
+        text(status, "text/html; charset=utf-8", "<a href=\"" + location + "\">Moved</a>.\n");
+    plan.headers.append({"Location", location});
+    return plan;
+}
+
 QByteArray ReplyPlan::sentBody() const {
-    if (mode != Mode::closeMidBody)
+    if (!cutsBody())
         return body;
     return body.left(closeAfter < 0 ? body.size() / 2 : closeAfter);
 }

@@ -15,6 +15,13 @@ struct ReplyPlan {
         answer,       // status, headers, then the body in pieces
         hold,         // read the request and never answer
         closeMidBody, // send the head and part of the body, then close the connection
+        resetMidBody, // the same, but the connection is reset (TCP RST) instead of closed
+        // chunked: send part of the body, then a chunk head that is not a
+        // hexadecimal size, then close; contentLength: the same as closeMidBody
+        badChunkMidBody,
+        // chunked: part of the body, then the head of a chunk longer than
+        // what follows it, then close; contentLength: the same as closeMidBody
+        closeInsideChunk,
     };
     enum class Framing {
         chunked,       // Transfer-Encoding: chunked, one chunk per piece
@@ -31,6 +38,8 @@ struct ReplyPlan {
     int status = 200;
     QByteArray contentType = "application/json";
     QByteArray body;
+    // More header lines, such as Location for a redirect.
+    QList<std::pair<QByteArray, QByteArray>> headers;
     Mode mode = Mode::answer;
     Framing framing = Framing::chunked;
     Split split = Split::whole;
@@ -39,7 +48,7 @@ struct ReplyPlan {
     // waited out in place, blocking the server's thread (timers are not that
     // fine), which is how tests make a client read a body byte by byte.
     std::chrono::microseconds delay{0};
-    // closeMidBody: how many body bytes go out before the close; -1 for half.
+    // The cut modes: how many body bytes go out before the cut; -1 for half.
     qsizetype closeAfter = -1;
 
     // A recorded reply: first line "HTTP <status>", then the body byte for
@@ -51,8 +60,15 @@ struct ReplyPlan {
     static ReplyPlan text(int status, const QByteArray& contentType, const QByteArray& body);
     // 200 with an HTML page, as a web server or a captive portal answers.
     static ReplyPlan htmlPage();
+    // A redirect with `status` to `location`, with a short body.
+    static ReplyPlan redirect(int status, const QByteArray& location);
 
-    // The body as it goes out, cut as `split` says (truncated for closeMidBody).
+    bool cutsBody() const {
+        return mode == Mode::closeMidBody || mode == Mode::resetMidBody ||
+               mode == Mode::badChunkMidBody || mode == Mode::closeInsideChunk;
+    }
+
+    // The body as it goes out, cut as `split` says (truncated by the cut modes).
     QList<QByteArray> pieces() const;
     QByteArray sentBody() const;
 };
