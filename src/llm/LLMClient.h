@@ -60,7 +60,8 @@ QString systemPrompt(const QString& instruction);
 // The JSON body of a chat request.
 QByteArray chatBody(const QString& model, const QString& instruction, const QString& text);
 
-// The process-wide network manager.
+// The process-wide network manager, for the model listing. Chat runs use a
+// connection of their own (HttpExchange), whose framing they can check.
 QNetworkAccessManager& network();
 
 // Idle time-outs: the longest wait for data, not a total limit. Tests shorten them.

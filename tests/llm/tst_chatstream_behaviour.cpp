@@ -156,66 +156,6 @@ private Q_SLOTS:
                  noServerText(QStringLiteral("127.0.0.1:%1").arg(m_server->port())));
     }
 
-    // However the server's end of the reply goes wrong, a cut reply never
-    // counts as a complete one: it fails as a lost connection, and what came
-    // before the cut stays.
-    void cutReplyIsALostConnection_data() {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("framing");
-        QTest::addColumn<int>("provider");
-        QTest::addColumn<int>("delayMs");
-        const QList<std::pair<const char*, ReplyPlan::Mode>> modes{
-            {"reset", ReplyPlan::Mode::resetMidBody},
-            {"bad chunk head", ReplyPlan::Mode::badChunkMidBody},
-            {"close inside a chunk", ReplyPlan::Mode::closeInsideChunk},
-            {"close", ReplyPlan::Mode::closeMidBody},
-        };
-        for (const auto& [name, mode] : modes) {
-            for (const Provider provider : {Provider::ollama, Provider::custom}) {
-                for (const auto framing :
-                     {ReplyPlan::Framing::chunked, ReplyPlan::Framing::contentLength}) {
-                    // Without a pause the cut comes with the last data, with
-                    // one it comes on its own: the client sees both.
-                    for (const int delayMs : {0, 5}) {
-                        QTest::addRow("%s, %s, %s, %d ms", name,
-                                      framing == ReplyPlan::Framing::chunked ? "chunked"
-                                                                             : "content length",
-                                      provider == Provider::ollama ? "ollama" : "openai", delayMs)
-                            << int(mode) << int(framing) << int(provider) << delayMs;
-                    }
-                }
-            }
-        }
-    }
-    void cutReplyIsALostConnection() {
-        QFETCH(int, mode);
-        QFETCH(int, framing);
-        QFETCH(int, provider);
-        QFETCH(int, delayMs);
-        const bool ollama = Provider(provider) == Provider::ollama;
-        ReplyPlan plan = ReplyPlan::recorded(ollama ? "ollama_chat_stream_basic.txt"
-                                                    : "openai_chat_stream_basic.txt");
-        plan.framing = ReplyPlan::Framing(framing);
-        plan.split = ReplyPlan::Split::lines;
-        plan.mode = ReplyPlan::Mode(mode);
-        plan.delay = std::chrono::milliseconds(delayMs);
-        // The cut falls at the end of a line, so what came before it is whole
-        // lines that parse, as a complete reply's would.
-        const int completeLines = ollama ? 4 : 10;
-        qsizetype at = 0;
-        for (int i = 0; i < completeLines; ++i)
-            at = plan.body.indexOf('\n', at) + 1;
-        plan.closeAfter = at;
-
-        const RunOutcome outcome = runWith(Provider(provider), plan);
-        QCOMPARE(outcome.endings, 1);
-        QVERIFY(!outcome.finished);
-        QCOMPARE(outcome.joined(),
-                 ollama ? QStringLiteral("Hello! How can") : QStringLiteral("Sure! Here\u2019s"));
-        QCOMPARE(outcome.errorText(),
-                 noServerText(QStringLiteral("127.0.0.1:%1").arg(m_server->port())));
-    }
-
     void htmlPageIsAnEmptyReply_data() {
         QTest::addColumn<int>("provider");
         QTest::newRow("ollama") << int(Provider::ollama);
