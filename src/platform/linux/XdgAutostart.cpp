@@ -1,10 +1,11 @@
 #include "platform/linux/XdgAutostart.h"
 
+#include "storage/JsonFile.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 namespace {
@@ -87,14 +88,6 @@ bool XdgAutostart::setEnabled(bool enabled, QString* error) {
     }
     if (!QDir().mkpath(QFileInfo(path).absolutePath()))
         return fail(QStringLiteral("%1 cannot be created").arg(QFileInfo(path).absolutePath()));
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return fail(file.errorString());
-    const QByteArray content = entry(m_executable);
-    if (file.write(content) != content.size()) {
-        const QString reason = file.errorString();
-        file.cancelWriting();
-        return fail(reason);
-    }
-    return file.commit() ? true : fail(file.errorString());
+    QString reason;
+    return JsonFile::writeAtomically(path, entry(m_executable), &reason) ? true : fail(reason);
 }
