@@ -28,4 +28,13 @@ public:
     // Whether the focused application has a keystroke for `shortcut`, that
     // is whether sendShortcut would send anything to it now.
     virtual bool hasShortcut(Shortcut shortcut) = 0;
+
+    // Holds back what the user types from every application until
+    // releaseKeys(), which then delivers it in the order typed: a sequence
+    // of our own keystrokes (an expansion's erasing and paste) then never
+    // has the user's keys land in its middle. Our own key presses still go
+    // out meanwhile. Holds nest. Where the platform cannot hold the
+    // keyboard, typing goes straight through.
+    virtual void holdKeys() {}
+    virtual void releaseKeys() {}
 };

@@ -4,6 +4,7 @@
 #include "platform/linux/XEventListener.h"
 
 class XConnection;
+class X11KeyboardHold;
 
 // Every key press on every master keyboard, from XInput 2 raw events on the
 // root window (they arrive whatever window has the focus and whatever grab is
@@ -13,7 +14,10 @@ class XConnection;
 class X11KeyWatcher : public KeyWatcher, public XEventListener {
     Q_OBJECT
 public:
-    explicit X11KeyWatcher(XConnection& connection, QObject* parent = nullptr);
+    // With `hold`, keys pressed while it holds the keyboard are reported as
+    // held: they are reported again when it types them after the hold.
+    explicit X11KeyWatcher(XConnection& connection, const X11KeyboardHold* hold = nullptr,
+                           QObject* parent = nullptr);
     ~X11KeyWatcher() override;
 
     bool start() override;
@@ -23,6 +27,10 @@ public:
     void handleXEvent(const xcb_generic_event_t* event) override;
 
 private:
+    // Whether the keyboard's input goes to one of this program's windows now.
+    bool keysGoToUs();
+
     XConnection& m_connection;
+    const X11KeyboardHold* m_hold;
     bool m_watching = false;
 };
