@@ -1,7 +1,6 @@
 #include "platform/linux/ApplicationRulesFile.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -26,29 +25,37 @@ const ApplicationRulesFile::Rule* ApplicationRulesFile::find(const QString& inst
 }
 
 void ApplicationRulesFile::reloadIfChanged() {
-    const QFileInfo info(m_path);
-    const bool exists = info.exists();
-    if (m_read && exists == m_existed &&
-        (!exists || (info.lastModified() == m_modified && info.size() == m_size)))
+    // Read whole each time: it is a few hundred bytes, looked at once per
+    // copy or paste, and a time stamp can miss a quick edit.
+    QFile file(m_path);
+    const bool exists = file.exists();
+    QByteArray content;
+    QString unreadable;
+    if (exists) {
+        if (file.open(QIODevice::ReadOnly))
+            content = file.readAll();
+        else
+            unreadable = file.errorString();
+    }
+    if (m_read && exists == m_existed && content == m_content && unreadable == m_unreadable)
         return;
     m_read = true;
     m_existed = exists;
-    m_modified = exists ? info.lastModified() : QDateTime();
-    m_size = exists ? info.size() : -1;
+    m_content = content;
+    m_unreadable = unreadable;
     m_rules.clear();
     m_error.clear();
     if (!exists)
         return;
 
-    QFile file(m_path);
     Parsed parsed;
-    if (!file.open(QIODevice::ReadOnly))
-        parsed.error = file.errorString();
+    if (!unreadable.isEmpty())
+        parsed.error = unreadable;
     else
-        parsed = parse(file.readAll());
+        parsed = parse(content);
     if (!parsed.error.isEmpty()) {
-        m_error = QStringLiteral("Wendle: %1 is ignored: %2. Its rules apply again once the "
-                                 "file is fixed; until then only the built-in rules do.")
+        m_error = QStringLiteral("Wendle: %1 is ignored: %2. Until it is fixed, only the "
+                                 "built-in keystroke rules apply.")
                       .arg(m_path, parsed.error);
         std::fprintf(stderr, "%s\n", qPrintable(m_error));
         std::fflush(stderr);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QDateTime>
+#include <QByteArray>
 #include <QList>
 #include <QRegularExpression>
 #include <QString>
@@ -20,7 +20,7 @@
 // Patterns take * and ?, case-insensitively; the first rule that matches
 // wins, before any built-in rule. A file that cannot be read as such a list
 // is ignored as a whole, with a message on standard error saying why.
-// Reread when it changes.
+// Read again whenever it changes.
 class ApplicationRulesFile {
 public:
     struct Keystroke {
@@ -62,6 +62,6 @@ private:
     QString m_error;
     bool m_read = false;
     bool m_existed = false;
-    QDateTime m_modified;
-    qint64 m_size = -1;
+    QByteArray m_content;
+    QString m_unreadable;
 };

@@ -122,11 +122,11 @@ qint64 X11FrontWindow::pidOf(xcb_window_t window) {
 }
 
 qint64 X11FrontWindow::localPid(xcb_window_t window) {
-    auto reply = owned(xcb_get_property_reply(m_connection.xcb(),
-                                              xcb_get_property(m_connection.xcb(), 0, window,
-                                                               XCB_ATOM_WM_CLIENT_MACHINE,
-                                                               XCB_ATOM_STRING, 0, 64),
-                                              nullptr));
+    auto reply = owned(
+        xcb_get_property_reply(m_connection.xcb(),
+                               xcb_get_property(m_connection.xcb(), 0, window,
+                                                XCB_ATOM_WM_CLIENT_MACHINE, XCB_ATOM_STRING, 0, 64),
+                               nullptr));
     // Without WM_CLIENT_MACHINE the pid is taken as local: programs that
     // set neither are local ones far more often than remote ones.
     if (!reply || reply->type != XCB_ATOM_STRING)

@@ -22,8 +22,7 @@ constexpr xkb_keysym_t modifierKeys[] = {XKB_KEY_Control_L, XKB_KEY_Shift_L, XKB
 
 } // namespace
 
-X11KeySender::X11KeySender(XConnection& connection, X11FrontWindow& front,
-                           const QString& rulesPath)
+X11KeySender::X11KeySender(XConnection& connection, X11FrontWindow& front, const QString& rulesPath)
     : m_connection(connection)
     , m_front(front)
     , m_hold(connection)

@@ -69,8 +69,7 @@ bool isModifierKey(xkb_keysym_t keysym) {
 
 } // namespace
 
-X11KeyWatcher::X11KeyWatcher(XConnection& connection, const X11KeyboardHold* hold,
-                             QObject* parent)
+X11KeyWatcher::X11KeyWatcher(XConnection& connection, const X11KeyboardHold* hold, QObject* parent)
     : KeyWatcher(parent)
     , m_connection(connection)
     , m_hold(hold) {

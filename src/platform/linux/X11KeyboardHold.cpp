@@ -5,9 +5,9 @@
 #include <xcb/xtest.h>
 
 #include <chrono>
-#include <utility>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -38,11 +38,11 @@ X11KeyboardHold::~X11KeyboardHold() {
 
 bool X11KeyboardHold::grab() {
     xcb_connection_t* c = m_connection.xcb();
-    auto reply = owned(xcb_grab_keyboard_reply(
-        c,
-        xcb_grab_keyboard(c, 0, m_connection.root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
-                          XCB_GRAB_MODE_ASYNC),
-        nullptr));
+    auto reply =
+        owned(xcb_grab_keyboard_reply(c,
+                                      xcb_grab_keyboard(c, 0, m_connection.root(), XCB_CURRENT_TIME,
+                                                        XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+                                      nullptr));
     m_grabbed = reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
     return m_grabbed;
 }
@@ -73,16 +73,30 @@ void X11KeyboardHold::endAll() {
     if (m_holds == 0 && !m_grabbed && m_held.isEmpty())
         return;
     xcb_connection_t* c = m_connection.xcb();
+    std::unique_ptr<xcb_query_keymap_reply_t, decltype(&std::free)> down(nullptr, &std::free);
     if (m_grabbed) {
         ungrab();
         // Every key the grab took has been sent to us before this reply:
         // read them all before typing them again, or a late one would be
         // lost.
-        std::free(xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr));
+        down.reset(xcb_query_keymap_reply(c, xcb_query_keymap(c), nullptr));
         m_connection.dispatchPending();
     }
     m_holds = 0;
     const QList<HeldKey> held = std::exchange(m_held, {});
+    // A key still down now (pressed during the hold, not yet released) would
+    // make our press of it a repeat, which the server drops: let it up
+    // first. Its own release comes later, as the user lets go.
+    QList<xcb_keycode_t> released;
+    for (const HeldKey& key : held) {
+        if (key.type == XCB_KEY_PRESS && down &&
+            (down->keys[key.keycode / 8] & (1 << (key.keycode % 8))) &&
+            !released.contains(key.keycode)) {
+            xcb_test_fake_input(c, XCB_KEY_RELEASE, key.keycode, XCB_CURRENT_TIME, XCB_NONE, 0, 0,
+                                0);
+            released.append(key.keycode);
+        }
+    }
     // Not marked as ours: these are the user's keys, and the key watcher
     // sees them now, in their place in the typing.
     for (const HeldKey& key : held)
