@@ -21,8 +21,9 @@ public:
     // The copy or paste keystroke that the focused application understands:
     // Command+C / Command+V on macOS; on Linux Ctrl+C / Ctrl+V, or a terminal
     // emulator's own (Ctrl+Shift+C / V, Ctrl+Alt+C / V), since Ctrl+C there
-    // would interrupt the running program; nothing at all for a terminal
-    // that has no such keystroke (xterm).
+    // would interrupt the running program, or what the user's rules say;
+    // nothing at all for a terminal that has no such keystroke (xterm) or
+    // whose keystrokes are unknown.
     virtual void sendShortcut(Shortcut shortcut) = 0;
 
     // Whether the focused application has a keystroke for `shortcut`, that
