@@ -36,6 +36,13 @@ struct KeyStroke {
     // True when this program posted the key itself (its own backspaces and
     // pastes, the palette's copy and paste).
     bool own = false;
+    // True when the key goes to one of this program's own windows (its
+    // settings window, the palette, a menu of its tray icon), where nothing
+    // may be expanded.
+    bool toOwnWindow = false;
+    // True when the key was held back from the applications (KeySender::
+    // holdKeys): it arrives again, as typed, when the hold ends.
+    bool held = false;
 
     bool operator==(const KeyStroke&) const = default;
 };

@@ -76,6 +76,12 @@ SnippetEngine::SnippetEngine(Platform& platform, SnippetStore& store, AppSetting
     connect(&m_store, &SnippetStore::snippetsChanged, this, [this] { m_indexStale = true; });
 }
 
+SnippetEngine::~SnippetEngine() {
+    // Expansions cut short by the engine's end give the keyboard back.
+    for (; m_keyHolds > 0; --m_keyHolds)
+        m_platform.keySender().releaseKeys();
+}
+
 SnippetEngine& SnippetEngine::shared() {
     static SnippetEngine* engine =
         new SnippetEngine(Platform::shared(), SnippetStore::shared(), AppSettings::shared());
@@ -156,8 +162,15 @@ void SnippetEngine::setRunning(bool running) {
 }
 
 void SnippetEngine::handle(const KeyStroke& stroke) {
-    if (!m_isRunning || stroke.own)
+    // Held keys come again, in their place, when the hold ends.
+    if (!m_isRunning || stroke.own || stroke.held)
         return;
+    // Typing in Wendle's own fields (an abbreviation, a search) is never
+    // expanded, and does not count as typing elsewhere either.
+    if (stroke.toOwnWindow) {
+        m_buffer.clear();
+        return;
+    }
     // Ctrl (Command on macOS) and Super (Control on macOS) combinations are
     // shortcuts, not typing; Shift and Alt (Option) type characters.
     if (stroke.modifiers & (Qt::ControlModifier | Qt::MetaModifier)) {
@@ -187,7 +200,11 @@ void SnippetEngine::handle(const KeyStroke& stroke) {
     if (!m_platform.keySender().hasShortcut(KeySender::Shortcut::paste))
         return;
     // The key itself reaches the application unchanged; the expansion erases
-    // the whole abbreviation, this key included, a moment later.
+    // the whole abbreviation, this key included, a moment later. What the
+    // user types on meanwhile is held back and arrives after the expansion,
+    // in order, instead of landing between the erasing and the paste.
+    m_platform.keySender().holdKeys();
+    ++m_keyHolds;
     expand(int(Graphemes::count(winner->abbreviation)), winner->expansion);
 }
 
@@ -254,5 +271,10 @@ QCoro::Task<> SnippetEngine::expand(int abbreviationLength, QString expansion) {
         m_platform.clipboard().restore(m_savedClipboard);
         m_savedClipboard = {};
     }
+    // Only now: the application has fetched the paste by this time (the
+    // restore relies on that too), and a paste the user typed meanwhile
+    // gets the user's own clipboard.
+    m_platform.keySender().releaseKeys();
+    --m_keyHolds;
     Q_EMIT expansionFinished();
 }

@@ -28,6 +28,7 @@ class SnippetEngine : public QObject {
 public:
     SnippetEngine(Platform& platform, SnippetStore& store, AppSettings& settings,
                   QObject* parent = nullptr);
+    ~SnippetEngine() override;
 
     // The instance on the installed platform and the shared store and settings.
     static SnippetEngine& shared();
@@ -90,4 +91,6 @@ private:
     // The user's clipboard while expansions use it, and how many do.
     ClipboardSnapshot m_savedClipboard;
     int m_clipboardUsers = 0;
+    // Expansions that hold the user's typing back until they end.
+    int m_keyHolds = 0;
 };

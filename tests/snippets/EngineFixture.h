@@ -60,6 +60,14 @@ public:
              clock->elapsed()});
         FakeKeySender::sendShortcut(shortcut);
     }
+    void holdKeys() override {
+        steps->append({QStringLiteral("hold"), clock->elapsed()});
+        FakeKeySender::holdKeys();
+    }
+    void releaseKeys() override {
+        steps->append({QStringLiteral("release"), clock->elapsed()});
+        FakeKeySender::releaseKeys();
+    }
 };
 
 class TimedClipboard : public FakeClipboard {

@@ -20,18 +20,21 @@ private Q_SLOTS:
         QVERIFY(f->platform.steps.isEmpty());
         f->platform.clock.start();
         f->watcher().typeText("g");
-        // The key that completes the abbreviation passes on; nothing happens
-        // until the first pause is over.
-        QVERIFY(f->platform.steps.isEmpty());
+        // The key that completes the abbreviation passes on, and the user's
+        // typing is held back from now on; nothing else happens until the
+        // first pause is over.
+        QCOMPARE(f->platform.steps.size(), 1);
+        QCOMPARE(f->platform.steps.first().what, QString("hold"));
         QCOMPARE(f->engine->buffer(), QString());
         QVERIFY(f->waitForExpansions(1));
 
         QStringList order;
         for (const Step& step : f->platform.steps)
             order.append(step.what);
-        QCOMPARE(order, (QStringList{"backspace", "backspace", "backspace", "backspace", "snapshot",
-                                     "set text", "paste", "restore"}));
-        const auto at = [&](int i) { return f->platform.steps.at(i).atMs; };
+        // The typing held meanwhile is let go only after the restore.
+        QCOMPARE(order, (QStringList{"hold", "backspace", "backspace", "backspace", "backspace",
+                                     "snapshot", "set text", "paste", "restore", "release"}));
+        const auto at = [&](int i) { return f->platform.steps.at(i + 1).atMs; };
         QVERIFY2(at(0) >= 50, qPrintable(QString::number(at(0))));
         QVERIFY(at(3) - at(0) <= 1); // no pause between the backspaces
         QVERIFY2(at(4) - at(3) >= 30, qPrintable(QString::number(at(4) - at(3))));
@@ -134,6 +137,46 @@ private Q_SLOTS:
         QCOMPARE(f->clipboard().snapshots, 2);
         QCOMPARE(f->clipboard().restores, 2);
         QCOMPARE(f->clipboard().text(), QString("changed by the user"));
+    }
+
+    void keysHeldDuringAnExpansionCountWhenTheyArriveAgain() {
+        QVERIFY(f->start());
+        const QStringList& pasted = f->recordPastes();
+        f->watcher().typeText(";sig");
+        QCOMPARE(f->keys().holds, 1);
+        // Typed on at once: the platform holds these keys back from the
+        // application and reports them as held.
+        for (const QChar c : QStringLiteral(" ;addr")) {
+            KeyStroke stroke = typed(QString(c));
+            stroke.held = true;
+            f->watcher().type(stroke);
+        }
+        QCOMPARE(f->engine->buffer(), QString());
+        QVERIFY(f->waitForExpansions(1));
+        QCOMPARE(f->keys().releases, 1);
+        QCOMPARE(pasted, QStringList{"Best regards,\nYour Name"});
+        // Let go, they arrive again as typed, and ";addr" expands after ";sig".
+        f->watcher().typeText(" ;addr");
+        QVERIFY(f->waitForExpansions(2));
+        QCOMPARE(pasted, (QStringList{"Best regards,\nYour Name", "123 Main Street\nSpringfield"}));
+        QCOMPARE(f->backspaces(), 9);
+        QCOMPARE(f->keys().holds, 2);
+        QCOMPARE(f->keys().releases, 2);
+    }
+
+    void anApplicationWithoutAPasteKeystrokeIsNotHeld() {
+        QVERIFY(f->start());
+        f->keys().shortcutsAvailable = false;
+        f->watcher().typeText(";sig");
+        QCOMPARE(f->keys().holds, 0);
+    }
+
+    void anEngineDestroyedMidExpansionGivesTheKeyboardBack() {
+        QVERIFY(f->start());
+        f->watcher().typeText(";sig");
+        QCOMPARE(f->keys().holds, 1);
+        f->engine.reset();
+        QCOMPARE(f->keys().releases, 1);
     }
 
     void anEngineDestroyedMidExpansionTakesNoFurtherStep() {

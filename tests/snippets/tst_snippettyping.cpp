@@ -30,6 +30,20 @@ private Q_SLOTS:
         QVERIFY(f->waitForPastes(1));
     }
 
+    void keysTypedIntoWendlesOwnWindowsNeverExpand() {
+        QVERIFY(f->start());
+        for (const QChar c : QStringLiteral(";sig")) {
+            KeyStroke stroke = typed(QString(c));
+            stroke.toOwnWindow = true;
+            f->watcher().type(stroke);
+        }
+        QCOMPARE(f->engine->buffer(), QString());
+        // Nor do they count towards an abbreviation finished elsewhere.
+        f->watcher().typeText("ig");
+        QCOMPARE(f->engine->buffer(), QString("ig"));
+        QVERIFY(f->onlyTheNextAbbreviationExpands());
+    }
+
     void capsLockDoesNotMatch() {
         QVERIFY(f->start());
         f->watcher().typeText(";SIG");

@@ -64,6 +64,7 @@ constexpr std::array rules = {
     rule("kitty", shifted),
     rule("st", shifted),
     rule("st-256color", shifted),
+    rule("stterm", shifted), // Debian's name for st's program
     rule("wezterm", shifted),
     rule("org.wezfurlong.wezterm", shifted),
     rule("foot", shifted),
@@ -85,12 +86,17 @@ const Rule* find(const QString& name) {
 
 } // namespace
 
-ClipboardKeys clipboardKeys(const QString& instance, const QString& windowClass) {
+std::optional<ClipboardKeys> knownClipboardKeys(const QString& instance,
+                                                const QString& windowClass) {
     if (const Rule* byClass = find(windowClass))
         return byClass->keys;
     if (const Rule* byInstance = find(instance))
         return byInstance->keys;
-    return standard;
+    return std::nullopt;
+}
+
+ClipboardKeys clipboardKeys(const QString& instance, const QString& windowClass) {
+    return knownClipboardKeys(instance, windowClass).value_or(standard);
 }
 
 std::optional<Qt::KeyboardModifiers> shortcutModifiers(ClipboardKeys keys) {

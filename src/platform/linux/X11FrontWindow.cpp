@@ -2,6 +2,8 @@
 
 #include "platform/linux/XConnection.h"
 
+#include <QSysInfo>
+
 #include <cstdlib>
 #include <memory>
 
@@ -117,6 +119,25 @@ qint64 X11FrontWindow::pidOf(xcb_window_t window) {
     if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
         return 0;
     return *static_cast<const quint32*>(xcb_get_property_value(reply.get()));
+}
+
+qint64 X11FrontWindow::localPid(xcb_window_t window) {
+    auto reply = owned(
+        xcb_get_property_reply(m_connection.xcb(),
+                               xcb_get_property(m_connection.xcb(), 0, window,
+                                                XCB_ATOM_WM_CLIENT_MACHINE, XCB_ATOM_STRING, 0, 64),
+                               nullptr));
+    // Without WM_CLIENT_MACHINE the pid is taken as local: programs that
+    // set neither are local ones far more often than remote ones.
+    if (!reply || reply->type != XCB_ATOM_STRING)
+        return pidOf(window);
+    QByteArray machine(static_cast<const char*>(xcb_get_property_value(reply.get())),
+                       xcb_get_property_value_length(reply.get()));
+    if (const qsizetype end = machine.indexOf('\0'); end >= 0)
+        machine.truncate(end);
+    if (machine != QSysInfo::machineHostName().toLocal8Bit())
+        return 0;
+    return pidOf(window);
 }
 
 WindowHandle X11FrontWindow::current() {

@@ -28,6 +28,10 @@ public:
     // The window manager's own check window when one runs now; its
     // properties stay on the root after it dies, so the window must exist.
     xcb_window_t windowManager();
+    // _NET_WM_PID, when the window's program runs on this machine
+    // (WM_CLIENT_MACHINE names this host): a pid from elsewhere means
+    // nothing here. 0 when unknown or remote.
+    qint64 localPid(xcb_window_t window);
 
 private:
     xcb_window_t windowProperty(xcb_window_t window, xcb_atom_t property);

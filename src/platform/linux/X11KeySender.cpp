@@ -2,8 +2,10 @@
 
 #include "platform/linux/ApplicationRules.h"
 #include "platform/linux/KeySymbols.h"
+#include "platform/linux/TerminalProcess.h"
 #include "platform/linux/X11FrontWindow.h"
 #include "platform/linux/XConnection.h"
+#include "storage/AppSupport.h"
 
 #include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -20,9 +22,12 @@ constexpr xkb_keysym_t modifierKeys[] = {XKB_KEY_Control_L, XKB_KEY_Shift_L, XKB
 
 } // namespace
 
-X11KeySender::X11KeySender(XConnection& connection, X11FrontWindow& front)
+X11KeySender::X11KeySender(XConnection& connection, X11FrontWindow& front, const QString& rulesPath)
     : m_connection(connection)
-    , m_front(front) {}
+    , m_front(front)
+    , m_hold(connection)
+    , m_userRules(rulesPath.isEmpty() ? AppSupport::fileURL(QStringLiteral("keystrokes.json"))
+                                      : rulesPath) {}
 
 unsigned X11KeySender::modifierOf(xcb_keycode_t keycode) const {
     switch (m_connection.keyboard().baseKeysym(keycode)) {
@@ -103,6 +108,9 @@ void X11KeySender::send(Qt::Key key, Qt::KeyboardModifiers modifiers) {
         pressed.append(xcb_keycode_t(modifierKey->keycode));
     }
 
+    // The grab of a hold would take these keys too: they go out in a gap
+    // of it, and the server handles the whole run of requests in order.
+    m_hold.letThrough();
     for (xcb_keycode_t code : lifted)
         fake(XCB_KEY_RELEASE, code);
     for (xcb_keycode_t code : pressed)
@@ -114,26 +122,65 @@ void X11KeySender::send(Qt::Key key, Qt::KeyboardModifiers modifiers) {
     for (xcb_keycode_t code : lifted)
         fake(XCB_KEY_PRESS, code);
     m_connection.postMarker();
+    m_hold.closeAgain();
 }
 
-std::optional<Qt::KeyboardModifiers> X11KeySender::focusedShortcutModifiers() {
+std::optional<X11KeySender::Keystroke> X11KeySender::focusedKeystroke(Shortcut shortcut) {
     const xcb_window_t window = m_front.currentWindow();
     const X11FrontWindow::WindowClass names =
         window == XCB_NONE ? X11FrontWindow::WindowClass{} : m_front.windowClass(window);
-    return ApplicationRules::shortcutModifiers(
-        ApplicationRules::clipboardKeys(names.instance, names.name));
+    if (const ApplicationRulesFile::Rule* rule = m_userRules.find(names.instance, names.name))
+        return shortcut == Shortcut::copy ? rule->copy : rule->paste;
+    const std::optional<Qt::KeyboardModifiers> modifiers =
+        ApplicationRules::shortcutModifiers(builtInKeys(window, names.instance, names.name));
+    if (!modifiers)
+        return std::nullopt;
+    return Keystroke{shortcut == Shortcut::copy ? Qt::Key_C : Qt::Key_V, *modifiers};
+}
+
+ApplicationRules::ClipboardKeys X11KeySender::builtInKeys(xcb_window_t window,
+                                                          const QString& instance,
+                                                          const QString& windowClass) {
+    using ApplicationRules::ClipboardKeys;
+    if (const auto known = ApplicationRules::knownClipboardKeys(instance, windowClass))
+        return *known;
+    if (window == XCB_NONE)
+        return ClipboardKeys::standard;
+    const qint64 pid = m_front.localPid(window);
+    if (pid <= 0)
+        return ClipboardKeys::standard;
+    if (const auto found = m_found.constFind(window); found != m_found.cend() && found->pid == pid)
+        return found->keys;
+
+    // A terminal renamed with -class / -name: its program's name, and else
+    // what runs in it.
+    ClipboardKeys keys = ClipboardKeys::standard;
+    if (const auto known =
+            ApplicationRules::knownClipboardKeys(TerminalProcess::programName(pid), {}))
+        keys = *known;
+    else if (TerminalProcess::runsTerminal(pid))
+        keys = ClipboardKeys::none; // an unknown terminal's keystrokes are unknown too
+    if (m_found.size() >= 64)
+        m_found.clear(); // windows come and go; this is only a shortcut
+    m_found.insert(window, Found{pid, keys});
+    return keys;
 }
 
 void X11KeySender::sendShortcut(Shortcut shortcut) {
-    const std::optional<Qt::KeyboardModifiers> modifiers = focusedShortcutModifiers();
     // Without a keystroke the application understands, nothing is sent: a
     // copy that never arrives leaves the clipboard as it was.
-    if (!modifiers)
-        return;
-    send(shortcut == Shortcut::copy ? Qt::Key_C : Qt::Key_V, *modifiers);
+    if (const std::optional<Keystroke> keystroke = focusedKeystroke(shortcut))
+        send(keystroke->key, keystroke->modifiers);
 }
 
-bool X11KeySender::hasShortcut(Shortcut) {
-    // An application has both keystrokes or neither.
-    return focusedShortcutModifiers().has_value();
+bool X11KeySender::hasShortcut(Shortcut shortcut) {
+    return focusedKeystroke(shortcut).has_value();
+}
+
+void X11KeySender::holdKeys() {
+    m_hold.hold();
+}
+
+void X11KeySender::releaseKeys() {
+    m_hold.release();
 }

@@ -1,7 +1,11 @@
 #pragma once
 
 #include "platform/KeySender.h"
+#include "platform/linux/ApplicationRules.h"
+#include "platform/linux/ApplicationRulesFile.h"
+#include "platform/linux/X11KeyboardHold.h"
 
+#include <QHash>
 #include <QList>
 
 #include <optional>
@@ -15,14 +19,24 @@ class X11FrontWindow;
 // keys the user holds but the press must not have are lifted for its length
 // and pressed again after it. Each call ends with a marker to our own window,
 // which is how the key watcher tells these keys from the user's. The copy
-// and paste keystrokes are the focused application's own (ApplicationRules).
+// and paste keystrokes are the focused application's own: the user's rules
+// (ApplicationRulesFile), then the built-in ones (ApplicationRules) by the
+// window's names and by its program's name; a terminal emulator that no
+// rule names gets none at all, since Ctrl+C there would interrupt the
+// program running in it.
+// While the user's keys are held, our own presses pass through the hold.
 class X11KeySender : public KeySender {
 public:
-    X11KeySender(XConnection& connection, X11FrontWindow& front);
+    // `rulesPath`: the user's rules file; empty for the one in the data folder.
+    X11KeySender(XConnection& connection, X11FrontWindow& front, const QString& rulesPath = {});
 
     void send(Qt::Key key, Qt::KeyboardModifiers modifiers) override;
     void sendShortcut(Shortcut shortcut) override;
     bool hasShortcut(Shortcut shortcut) override;
+    void holdKeys() override;
+    void releaseKeys() override;
+
+    const X11KeyboardHold& hold() const { return m_hold; }
 
 private:
     enum Modifier : unsigned {
@@ -35,11 +49,26 @@ private:
     static constexpr int modifierCount = 5;
 
     unsigned modifierOf(xcb_keycode_t keycode) const;
-    // The modifiers the focused application copies and pastes with (C and
-    // V), or nothing when it has no such keystroke.
-    std::optional<Qt::KeyboardModifiers> focusedShortcutModifiers();
+    // The keystroke with which the focused application copies or pastes,
+    // or nothing when it has none.
+    using Keystroke = ApplicationRulesFile::Keystroke;
+    std::optional<Keystroke> focusedKeystroke(Shortcut shortcut);
+    // The built-in rule for a window, by its names, its program, or what
+    // runs in it.
+    ApplicationRules::ClipboardKeys builtInKeys(xcb_window_t window, const QString& instance,
+                                                const QString& windowClass);
     void fake(quint8 type, xcb_keycode_t keycode);
 
     XConnection& m_connection;
     X11FrontWindow& m_front;
+    X11KeyboardHold m_hold;
+    ApplicationRulesFile m_userRules;
+    // What the process behind a window was found to be, by window and pid:
+    // looking into /proc takes a few milliseconds, too long to repeat at
+    // every expansion.
+    struct Found {
+        qint64 pid = 0;
+        ApplicationRules::ClipboardKeys keys{};
+    };
+    QHash<xcb_window_t, Found> m_found;
 };

@@ -1,6 +1,13 @@
 #include "platform/linux/X11KeyWatcher.h"
 
+#include "platform/linux/X11KeyboardHold.h"
 #include "platform/linux/XConnection.h"
+
+#include <QGuiApplication>
+#include <QWindow>
+
+#include <cstdlib>
+#include <memory>
 
 #include <xcb/xinput.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
@@ -62,9 +69,10 @@ bool isModifierKey(xkb_keysym_t keysym) {
 
 } // namespace
 
-X11KeyWatcher::X11KeyWatcher(XConnection& connection, QObject* parent)
+X11KeyWatcher::X11KeyWatcher(XConnection& connection, const X11KeyboardHold* hold, QObject* parent)
     : KeyWatcher(parent)
-    , m_connection(connection) {
+    , m_connection(connection)
+    , m_hold(hold) {
     m_connection.addListener(this);
 }
 
@@ -121,5 +129,31 @@ void X11KeyWatcher::handleXEvent(const xcb_generic_event_t* event) {
     if (length > 0 && !(length == 1 && (quint8(utf8[0]) < 0x20 || utf8[0] == 0x7f)))
         stroke.text = QString::fromUtf8(utf8, qMin<int>(length, int(sizeof utf8) - 1));
     stroke.own = m_connection.markersOutstanding() > 0;
+    stroke.held = !stroke.own && m_hold && m_hold->isHolding();
+    stroke.toOwnWindow = !stroke.own && !stroke.held && keysGoToUs();
     Q_EMIT keyPressed(stroke);
+}
+
+bool X11KeyWatcher::keysGoToUs() {
+    // Qt's own idea of the focus lags: it keeps a window active for a while
+    // after the focus has left it. So only Qt's list of our windows is used,
+    // and the X server says where the focus is now.
+    QList<xcb_window_t> candidates;
+    for (QWindow* window : QGuiApplication::topLevelWindows()) {
+        if (!window->isVisible() || !window->handle())
+            continue;
+        // A popup of ours (the palette, a menu) holds the keyboard while shown.
+        if (window->type() == Qt::Popup)
+            return true;
+        // The tray icon bypasses the window manager and never takes the focus.
+        if (window->flags() & Qt::BypassWindowManagerHint)
+            continue;
+        candidates.append(xcb_window_t(window->winId()));
+    }
+    if (candidates.isEmpty())
+        return false; // nothing of ours is shown: no round trip
+    xcb_connection_t* c = m_connection.xcb();
+    const std::unique_ptr<xcb_get_input_focus_reply_t, decltype(&std::free)> focus(
+        xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr), &std::free);
+    return focus && candidates.contains(focus->focus);
 }

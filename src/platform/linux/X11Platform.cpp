@@ -7,7 +7,7 @@ X11Platform::X11Platform(std::unique_ptr<XConnection> connection)
     , m_frontWindow(*m_connection)
     , m_hotKey(*m_connection)
     , m_keySender(*m_connection, m_frontWindow)
-    , m_keyWatcher(*m_connection)
+    , m_keyWatcher(*m_connection, &m_keySender.hold())
     , m_modifierState(*m_connection) {}
 
 X11Platform::~X11Platform() = default;

@@ -4,6 +4,7 @@
 #include "capture/SelectionCapture.h"
 
 #include <QElapsedTimer>
+#include <QFileInfo>
 
 using namespace PaletteDesktop;
 
@@ -19,6 +20,7 @@ private:
     std::optional<ModelServer> m_server;
     QList<QProcess*> m_started;
     int m_files = 0;
+    QProcess* m_wendle = nullptr;
 
     // A terminal emulator with its default bindings, running a shell that
     // notes every interrupt and appends every byte it is given to a file (no
@@ -35,8 +37,10 @@ private:
         }
     };
 
-    std::optional<Terminal> terminal(const QString& program) {
-        const QString name = QStringLiteral("palette-%1-%2").arg(program).arg(++m_files);
+    // `arguments` go before the title and the command (-class, -c, -n).
+    std::optional<Terminal> terminal(const QString& program, const QStringList& arguments = {}) {
+        const QString name =
+            QStringLiteral("palette-%1-%2").arg(QFileInfo(program).fileName()).arg(++m_files);
         Terminal term;
         term.interrupts = desktop().tempPath() + QLatin1Char('/') + name + QStringLiteral(".int");
         term.typed = desktop().tempPath() + QLatin1Char('/') + name + QStringLiteral(".typed");
@@ -45,9 +49,9 @@ private:
                            "stty -icanon min 1 time 0 -echo; while :; do cat >> %2; done")
                 .arg(term.interrupts, term.typed);
         // xterm and st both take -T for the title and -e for the command.
-        term.process =
-            desktop().start(program, {QStringLiteral("-T"), name, QStringLiteral("-e"),
-                                      QStringLiteral("sh"), QStringLiteral("-c"), script});
+        term.process = desktop().start(
+            program, arguments + QStringList{QStringLiteral("-T"), name, QStringLiteral("-e"),
+                                             QStringLiteral("sh"), QStringLiteral("-c"), script});
         if (!term.process)
             return std::nullopt;
         m_started.append(term.process);
@@ -75,6 +79,49 @@ private:
         });
         return selected ? std::optional(QString::fromUtf8(*primary)) : std::nullopt;
     }
+    // Opens the palette over the terminal with a word selected in it, and
+    // closes it again; the palette's source ("selection" or "clipboard").
+    // With text of another program's on the clipboard, which a palette
+    // without the selection works on.
+    QString openAndClose(const Terminal& term) {
+        QProcess* owner = ownClipboard(desktop(), ClipboardContent::textOnly("kept"));
+        if (!owner)
+            return {};
+        m_started.append(owner);
+        if (!selectWord(term) || !openAt(desktop(), QPoint(400, 300)))
+            return {};
+        const QString source = palette().value("source").toString();
+        desktop().key(QStringLiteral("Escape"));
+        return DesktopSession::waitUntil([] { return !paletteVisible(); }) ? source : QString();
+    }
+
+    // Types "ok" into the terminal and waits until its program got it: any
+    // interrupt sent before would have been noted by then.
+    bool neverInterrupted(const Terminal& term) {
+        return desktop().type(QStringLiteral("ok")) &&
+               DesktopSession::waitUntil([&] { return term.received().endsWith("ok"); }) &&
+               !term.interrupted();
+    }
+
+    // The user's keystroke rules in the data folder.
+    static bool writeRules(const QByteArray& json) {
+        const QString folder =
+            QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+            QStringLiteral("/Wendle");
+        QFile file(folder + QStringLiteral("/keystrokes.json"));
+        return QDir().mkpath(folder) && file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+               file.write(json) == json.size();
+    }
+
+    // st under another program name, which no rule knows.
+    QString unknownTerminal() {
+        const QString copy = desktop().tempPath() + QStringLiteral("/someterm");
+        if (!QFile::exists(copy) && !QFile::copy(QStringLiteral("/usr/bin/stterm"), copy))
+            return {};
+        QFile::setPermissions(copy, QFile::permissions(copy) | QFileDevice::ExeOwner);
+        return copy;
+    }
+
 private Q_SLOTS:
     void initTestCase() {
         const quint16 port = freePort();
@@ -83,7 +130,8 @@ private Q_SLOTS:
         m_server =
             startModelServer(desktop(), port, QStringLiteral("ollama_chat_stream_basic.txt"));
         QVERIFY(m_server);
-        QVERIFY(startWendle(desktop()));
+        m_wendle = startWendle(desktop());
+        QVERIFY(m_wendle);
         QVERIFY(hotKeyAndTrayUp());
     }
 
@@ -165,6 +213,58 @@ private Q_SLOTS:
         // The shell does note a Ctrl+C.
         QVERIFY(desktop().key(QStringLiteral("ctrl+c")));
         QVERIFY(DesktopSession::waitUntil([&] { return term->interrupted(); }));
+    }
+
+    void anXtermWithAnotherClassAndNameNeverReceivesCtrlC() {
+        // Neither WM_CLASS name says xterm; the program behind the window does.
+        auto term =
+            terminal(QStringLiteral("xterm"), {QStringLiteral("-class"), QStringLiteral("Console"),
+                                               QStringLiteral("-name"), QStringLiteral("logs")});
+        QVERIFY(term);
+        QCOMPARE(openAndClose(*term), QStringLiteral("clipboard"));
+        QVERIFY(neverInterrupted(*term));
+    }
+
+    void stWithAnotherClassAndNameStillCopiesWithCtrlShiftC() {
+        auto term =
+            terminal(QStringLiteral("stterm"), {QStringLiteral("-c"), QStringLiteral("Notes"),
+                                                QStringLiteral("-n"), QStringLiteral("notes")});
+        QVERIFY(term);
+        QCOMPARE(openAndClose(*term), QStringLiteral("selection"));
+        QVERIFY(neverInterrupted(*term));
+    }
+
+    void aTerminalNoRuleKnowsGetsNoKeystrokeAndAUserRuleGivesItOne() {
+        const QString program = unknownTerminal();
+        QVERIFY(!program.isEmpty());
+        const QStringList names{QStringLiteral("-c"), QStringLiteral("FooTerm"),
+                                QStringLiteral("-n"), QStringLiteral("foo")};
+        auto term = terminal(program, names);
+        QVERIFY(term);
+        // Known only by what runs in it: a shell on a pseudo-terminal.
+        QCOMPARE(openAndClose(*term), QStringLiteral("clipboard"));
+        QVERIFY(neverInterrupted(*term));
+
+        // The user says how it copies and pastes; the rule holds at once.
+        QVERIFY(
+            writeRules(R"([{"class": "foo*", "copy": "Ctrl+Shift+C", "paste": "Ctrl+Shift+V"}])"));
+        QCOMPARE(openAndClose(*term), QStringLiteral("selection"));
+        QVERIFY(neverInterrupted(*term));
+        QVERIFY(writeRules("[]"));
+    }
+
+    void aMalformedRulesFileIsReportedAndIgnored() {
+        QVERIFY(writeRules(R"([{"class": "XTerm", "copy": "Ctrl+Shfit+C", "paste": "none"}])"));
+        auto term = terminal(QStringLiteral("xterm"));
+        QVERIFY(term);
+        QCOMPARE(openAndClose(*term), QStringLiteral("clipboard"));
+        QVERIFY(neverInterrupted(*term));
+        QVERIFY(DesktopSession::waitUntil([&] {
+            return desktop().output(m_wendle).contains(
+                "keystrokes.json is ignored: rule 1: \"copy\" is not a keystroke: "
+                "\"Ctrl+Shfit+C\"");
+        }));
+        QVERIFY(writeRules("[]"));
     }
 };
 

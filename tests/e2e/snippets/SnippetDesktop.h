@@ -127,6 +127,26 @@ inline bool switchSnippets(DesktopSession& desktop, bool on) {
            desktop.click() && DesktopSession::waitUntil([on] { return snippetsRunning() == on; });
 }
 
+// Types `text` with `delayMs` between the keys, the way a person types on.
+inline bool typeSlowly(DesktopSession& desktop, const QString& text, int delayMs) {
+    return desktop
+        .run(QStringLiteral("xdotool"),
+             {QStringLiteral("type"), QStringLiteral("--delay"), QString::number(delayMs), text})
+        .has_value();
+}
+
+// A sentence typed through an abbreviation and on without a pause, at
+// speeds a person types at; the text it must leave.
+inline void typingOnRows() {
+    QTest::addColumn<int>("delayMs");
+    QTest::newRow("30 ms between keys") << 30;
+    QTest::newRow("60 ms between keys") << 60;
+    QTest::newRow("140 ms between keys") << 140;
+}
+inline const QString typedOn = QStringLiteral("Hello ;sig and thanks for all of it.");
+inline const QString typedOnResult =
+    QStringLiteral("Hello ") + signature + QStringLiteral(" and thanks for all of it.");
+
 // Another program's clipboard: several formats, one of them binary.
 struct ClipboardContent {
     QList<QPair<QString, QByteArray>> formats{

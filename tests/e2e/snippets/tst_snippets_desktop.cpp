@@ -47,6 +47,33 @@ private:
         return settings.value(QStringLiteral("snippetsEnabled")).toString();
     }
 
+    // A named control of the settings window, in screen coordinates.
+    static QJsonObject control(const QString& name) {
+        return settingsWindow().value(QStringLiteral("controls")).toObject().value(name).toObject();
+    }
+
+    bool clickControl(const QString& name) {
+        const QJsonObject area = control(name);
+        const int width = area.value(QStringLiteral("width")).toInt();
+        const int height = area.value(QStringLiteral("height")).toInt();
+        return width > 0 &&
+               desktop().mouseMove(area.value(QStringLiteral("x")).toInt() + width / 2,
+                                   area.value(QStringLiteral("y")).toInt() + height / 2) &&
+               desktop().click();
+    }
+
+    // The abbreviation of the last snippet, as Wendle saved it.
+    static QString lastAbbreviation() {
+        QFile file(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                   QStringLiteral("/Wendle/snippets.json"));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        const QJsonArray list = QJsonDocument::fromJson(file.readAll()).array();
+        return list.isEmpty()
+                   ? QString()
+                   : list.last().toObject().value(QStringLiteral("abbreviation")).toString();
+    }
+
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY(writeUserFiles(
@@ -114,6 +141,34 @@ private Q_SLOTS:
         QVERIFY2(editorShows(signature), qPrintable(editorText()));
         QVERIFY(desktop().type(QStringLiteral(";addr")));
         QVERIFY2(editorShows(signature + address), qPrintable(editorText()));
+    }
+
+    void typingOnRightAfterTheAbbreviation_data() { typingOnRows(); }
+
+    void typingOnRightAfterTheAbbreviation() {
+        // What is typed during the expansion waits for it, in order.
+        QFETCH(int, delayMs);
+        QVERIFY(typeSlowly(desktop(), typedOn, delayMs));
+        QVERIFY2(editorShows(typedOnResult), qPrintable(editorText()));
+    }
+
+    void typingInWendlesOwnWindowsNeverExpands() {
+        QVERIFY(openSnippetsTab(desktop()));
+        // A new snippet, its abbreviation typed in the editor on the right.
+        QVERIFY(clickControl(QStringLiteral("add")));
+        QVERIFY(DesktopSession::waitUntil(
+            [] { return control(QStringLiteral("abbreviation")).value("width").toInt() > 0; }));
+        QVERIFY(clickControl(QStringLiteral("abbreviation")));
+        QVERIFY(keys(QStringLiteral("ctrl+a")));
+        QVERIFY(desktop().type(QStringLiteral(";sig is mine")));
+        QVERIFY2(DesktopSession::waitUntil([] { return lastAbbreviation() == ";sig is mine"; }),
+                 qPrintable(lastAbbreviation()));
+
+        // Back in the editor, abbreviations expand again at once.
+        QVERIFY(desktop().activate(m_editor->window));
+        QVERIFY(desktop().type(QStringLiteral(";addr")));
+        QVERIFY2(editorShows(address), qPrintable(editorText()));
+        QCOMPARE(lastAbbreviation(), QStringLiteral(";sig is mine"));
     }
 
     void inADefaultXtermTheAbbreviationStaysAsTyped() {

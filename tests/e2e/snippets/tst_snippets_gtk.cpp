@@ -50,9 +50,20 @@ private Q_SLOTS:
         QVERIFY(gtkEditorSaves(desktop(), *m_editor, signature));
     }
 
+    void typingOnRightAfterTheAbbreviation_data() { typingOnRows(); }
+
+    void typingOnRightAfterTheAbbreviation() {
+        // What is typed during the expansion waits for it, in order.
+        QFETCH(int, delayMs);
+        QVERIFY(typeSlowly(desktop(), typedOn, delayMs));
+        QVERIFY2(gtkEditorSaves(desktop(), *m_editor, typedOnResult),
+                 qPrintable(m_editor->saved()));
+    }
+
     void capitalsDoNotExpand() {
         QVERIFY(desktop().type(QStringLiteral(";SIG ;addr")));
-        QVERIFY(gtkEditorSaves(desktop(), *m_editor, QStringLiteral(";SIG ") + address));
+        QVERIFY2(gtkEditorSaves(desktop(), *m_editor, QStringLiteral(";SIG ") + address),
+                 qPrintable(m_editor->saved()));
     }
 };
 

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void markerComesBackAfterTheKeys();
     void stGetsItsShiftedShortcuts();
     void aDefaultXtermGetsNothing();
+    void heldTypingArrivesAfterOurKeysInOrder();
 
 private:
     // A terminal whose first line reads "wendleword here" and whose program
@@ -250,3 +251,42 @@ void TestX11KeySender::aDefaultXtermGetsNothing() {
 WENDLE_DESKTOP_TEST_MAIN(TestX11KeySender, (DesktopSession::Options{.windowManager = true}))
 
 #include "tst_x11keysender.moc"
+
+void TestX11KeySender::heldTypingArrivesAfterOurKeysInOrder() {
+    QList<KeyStroke> strokes;
+    KeyWatcher& watcher = m_platform->keyWatcher();
+    const QMetaObject::Connection seen =
+        connect(&watcher, &KeyWatcher::keyPressed, this,
+                [&](const KeyStroke& stroke) { strokes.append(stroke); });
+    QVERIFY(watcher.start());
+    auto editor = desktop().startEditor({});
+    QVERIFY(editor);
+    QVERIFY(desktop().activate(editor->window));
+
+    sender().holdKeys();
+    QVERIFY(desktop().type(QStringLiteral("abc"))); // typed to the end by now
+    // Our own key passes the hold: had "abc" not been held, it would stand
+    // before it.
+    sender().send(Qt::Key_X, Qt::NoModifier);
+    QTRY_COMPARE(editor->text(), QStringLiteral("x"));
+    sender().releaseKeys();
+    QTRY_COMPARE(editor->text(), QStringLiteral("xabc"));
+    // And the keyboard is free again.
+    QVERIFY(desktop().type(QStringLiteral("d")));
+    QTRY_COMPARE(editor->text(), QStringLiteral("xabcd"));
+
+    // The watcher saw the user's keys once, where they were typed in the
+    // end: the server gives raw events to no one else while we hold the
+    // keyboard with a core grab.
+    const auto seenKeys = [&] {
+        QStringList keys;
+        for (const KeyStroke& stroke : std::as_const(strokes))
+            keys.append(stroke.text + (stroke.held ? "/held" : "") + (stroke.own ? "/own" : ""));
+        return keys;
+    };
+    const QStringList expected{"x/own", "a", "b", "c", "d"};
+    QTRY_VERIFY2(seenKeys() == expected, qPrintable(seenKeys().join(' ')));
+    disconnect(seen);
+    watcher.stop();
+    desktop().stop(editor->process);
+}

@@ -7,6 +7,7 @@
 #include "DesktopTestMain.h"
 
 #include <QElapsedTimer>
+#include <QLineEdit>
 
 #include <xcb/xinput.h>
 
@@ -35,6 +36,7 @@ private Q_SLOTS:
     void ownKeysAreMarked();
     void followsLayoutSwitch();
     void stopsAndStarts();
+    void keysIntoOurOwnWindowsAreMarked();
     void perEventCost();
 
 private:
@@ -176,6 +178,28 @@ void TestX11KeyWatcher::stopsAndStarts() {
     QVERIFY(desktop().type(QStringLiteral("loud")));
     QVERIFY(settled());
     QCOMPARE(textOf(m_strokes), QStringLiteral("loud"));
+}
+
+void TestX11KeyWatcher::keysIntoOurOwnWindowsAreMarked() {
+    const quint64 editor = desktop().focusedWindow();
+    QLineEdit field;
+    field.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&field));
+    QVERIFY(desktop().focus(field.winId()));
+    QVERIFY(desktop().type(QStringLiteral("ab")));
+    QVERIFY(settled());
+    QTRY_COMPARE(field.text(), QStringLiteral("ab"));
+    QCOMPARE(textOf(m_strokes), QStringLiteral("ab"));
+    for (const KeyStroke& stroke : std::as_const(m_strokes))
+        QVERIFY(stroke.toOwnWindow && !stroke.own);
+
+    // Another program's window, with ours still shown.
+    m_strokes.clear();
+    QVERIFY(desktop().focus(editor));
+    QVERIFY(desktop().type(QStringLiteral("c")));
+    QVERIFY(settled());
+    QCOMPARE(textOf(m_strokes), QStringLiteral("c"));
+    QVERIFY(!m_strokes.first().toOwnWindow);
 }
 
 void TestX11KeyWatcher::perEventCost() {

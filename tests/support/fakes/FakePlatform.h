@@ -54,6 +54,11 @@ public:
         ++shortcutQuestions;
         return shortcutsAvailable;
     }
+    // Holds of the user's typing taken and ended.
+    int holds = 0;
+    int releases = 0;
+    void holdKeys() override { ++holds; }
+    void releaseKeys() override { ++releases; }
 };
 
 class FakeKeyWatcher : public KeyWatcher {
