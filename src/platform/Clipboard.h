@@ -2,7 +2,10 @@
 
 #include "platform/ClipboardSnapshot.h"
 
+#include <QCoroTask>
 #include <QString>
+
+#include <chrono>
 
 // The system clipboard (the general pasteboard on macOS, the CLIPBOARD
 // selection on X11), used as the transport for copying a selection and pasting
@@ -11,14 +14,30 @@ class Clipboard {
 public:
     virtual ~Clipboard() = default;
 
+    // How long a paste target gets to fetch what was put on the clipboard for
+    // it before the user's clipboard comes back regardless: a busy application
+    // reads the clipboard only once it gets to the paste keystroke.
+    static constexpr std::chrono::milliseconds pasteFetchLimit{3000};
+
     // Every format of every item, with its bytes.
     virtual ClipboardSnapshot snapshot() = 0;
     // Replaces the clipboard's content with the snapshot; an empty snapshot
     // leaves the clipboard empty.
     virtual void restore(const ClipboardSnapshot& snapshot) = 0;
 
-    // Clears the clipboard and puts `text` on it as plain text.
+    // Clears the clipboard and puts `text` on it as plain text, to stay (the
+    // user copied it).
     virtual void setText(const QString& text) = 0;
+    // Like setText, but only for the paste that follows: marked so that
+    // clipboard managers leave it out of their history, and watched, so that
+    // pasteFetched() can tell when the target has read it.
+    virtual void setTextForPaste(const QString& text) = 0;
+    // Waits until another program has fetched the text of the last
+    // setTextForPaste, counting only requests from the moment of the call on,
+    // for at most `limit`. True when it was fetched; false when the limit
+    // passed or the text is no longer on the clipboard.
+    virtual QCoro::Task<bool> pasteFetched(std::chrono::milliseconds limit) = 0;
+
     // The clipboard's plain text; empty when it holds none.
     virtual QString text() = 0;
     // Grows by at least one whenever the clipboard's content changes, whoever

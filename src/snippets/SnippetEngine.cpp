@@ -240,14 +240,18 @@ QCoro::Task<> SnippetEngine::expand(int abbreviationLength, QString expansion) {
     Clipboard& clipboard = m_platform.clipboard();
     if (m_clipboardUsers++ == 0)
         m_savedClipboard = clipboard.snapshot();
-    clipboard.setText(expansion);
+    clipboard.setTextForPaste(expansion);
 
     co_await pause(40ms);
     if (!self)
         co_return;
     m_platform.keySender().sendShortcut(KeySender::Shortcut::paste);
 
+    // Restored once the application has fetched the expansion (a busy one
+    // asks late), at the earliest after the pause.
+    QCoro::Task<bool> fetched = clipboard.pasteFetched(Clipboard::pasteFetchLimit);
     co_await pause(400ms);
+    co_await std::move(fetched);
     if (!self)
         co_return;
     if (--m_clipboardUsers == 0) {

@@ -1,8 +1,12 @@
 #include "platform/linux/X11Clipboard.h"
 
+#include "platform/linux/PasteMimeData.h"
+
 #include <QClipboard>
+#include <QCoroTimer>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QTimer>
 
 X11Clipboard::X11Clipboard(QObject* parent)
     : QObject(parent)
@@ -65,6 +69,32 @@ void X11Clipboard::restore(const ClipboardSnapshot& snapshot) {
 
 void X11Clipboard::setText(const QString& text) {
     m_clipboard->setText(text, QClipboard::Clipboard);
+}
+
+void X11Clipboard::setTextForPaste(const QString& text) {
+    auto* data = new PasteMimeData(text);
+    m_clipboard->setMimeData(data, QClipboard::Clipboard);
+    m_paste = data;
+}
+
+QCoro::Task<bool> X11Clipboard::pasteFetched(std::chrono::milliseconds limit) {
+    const QPointer<PasteMimeData> paste = m_paste;
+    if (!paste)
+        co_return false;
+    // Ends at the first fetch, when the paste content leaves the clipboard
+    // (Qt deletes it when another program takes the clipboard), or at the
+    // limit, whichever comes first.
+    bool fetched = false;
+    QTimer end;
+    end.setSingleShot(true);
+    connect(paste, &PasteMimeData::textFetched, &end, [&] {
+        fetched = true;
+        end.start(0);
+    });
+    connect(paste, &QObject::destroyed, &end, [&] { end.start(0); });
+    end.start(limit);
+    co_await &end;
+    co_return fetched;
 }
 
 QString X11Clipboard::text() {

@@ -3,7 +3,9 @@
 #include "platform/Clipboard.h"
 
 #include <QObject>
+#include <QPointer>
 
+class PasteMimeData;
 class QClipboard;
 
 // The CLIPBOARD selection through Qt's own X11 clipboard. Qt names a target by
@@ -22,6 +24,8 @@ public:
     ClipboardSnapshot snapshot() override;
     void restore(const ClipboardSnapshot& snapshot) override;
     void setText(const QString& text) override;
+    void setTextForPaste(const QString& text) override;
+    QCoro::Task<bool> pasteFetched(std::chrono::milliseconds limit) override;
     QString text() override;
     quint64 changeCount() override { return m_changes; }
 
@@ -31,4 +35,7 @@ public:
 private:
     QClipboard* m_clipboard;
     quint64 m_changes = 0;
+    // The content of the last setTextForPaste while the clipboard holds it
+    // (Qt deletes it when it is replaced).
+    QPointer<PasteMimeData> m_paste;
 };

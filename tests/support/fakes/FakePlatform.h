@@ -6,6 +6,7 @@
 #include <QPair>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 
 // Stand-ins for the desktop, for unit tests of portable code. Each records
@@ -126,6 +127,24 @@ public:
     void setText(const QString& text) override {
         content = textSnapshot(text);
         ++changes;
+    }
+
+    // Writes for a paste go through setText (so the fakes that record
+    // setText see them) and are counted. The paste target fetches them at
+    // once, unless a test plays a slower target with `fetch`.
+    int pasteWrites = 0;
+    std::function<QCoro::Task<bool>(std::chrono::milliseconds limit)> fetch;
+    QList<std::chrono::milliseconds> fetchLimits;
+
+    void setTextForPaste(const QString& text) override {
+        ++pasteWrites;
+        setText(text);
+    }
+    QCoro::Task<bool> pasteFetched(std::chrono::milliseconds limit) override {
+        fetchLimits.append(limit);
+        if (fetch)
+            co_return co_await fetch(limit);
+        co_return true;
     }
     QString text() override {
         for (const auto& item : content.items) {
