@@ -43,4 +43,9 @@ public:
     // Grows by at least one whenever the clipboard's content changes, whoever
     // changes it.
     virtual quint64 changeCount() = 0;
+
+    // Called before the process ends: when this process serves what the
+    // clipboard holds (which it does after every restore), sees to it that
+    // the content outlives the process. Resolves once the process may end.
+    virtual QCoro::Task<> keepAfterQuit() = 0;
 };

@@ -1,12 +1,23 @@
 #include "platform/linux/X11Clipboard.h"
 
 #include "platform/linux/PasteMimeData.h"
+#include "platform/linux/X11ClipboardKeeper.h"
 
 #include <QClipboard>
 #include <QCoroTimer>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QTimer>
+
+using namespace std::chrono_literals;
+
+namespace {
+// How long a quitting Wendle waits for its keeper to take the clipboard
+// over: the keeper is a Qt program that has to start and read everything.
+constexpr auto keeperTakeOverLimit = 5s;
+// Beyond the paste's own limit, for the restore that follows it.
+constexpr auto pasteRestoreMargin = 1s;
+} // namespace
 
 X11Clipboard::X11Clipboard(QObject* parent)
     : QObject(parent)
@@ -95,6 +106,34 @@ QCoro::Task<bool> X11Clipboard::pasteFetched(std::chrono::milliseconds limit) {
     end.start(limit);
     co_await &end;
     co_return fetched;
+}
+
+QCoro::Task<> X11Clipboard::keepAfterQuit() {
+    // A paste under way: its sequence puts the user's content back soon,
+    // and that, not the text for the paste, is what has to outlive us.
+    if (const QPointer<PasteMimeData> paste = m_paste) {
+        QTimer end;
+        end.setSingleShot(true);
+        connect(paste, &QObject::destroyed, &end, [&] { end.start(0); });
+        end.start(pasteFetchLimit + pasteRestoreMargin);
+        co_await &end;
+    }
+    // Someone else's content needs nothing from us; a clipboard manager gets
+    // ours from Qt at exit.
+    if (!m_clipboard->ownsClipboard() || X11ClipboardKeeper::managerRuns())
+        co_return;
+    if (!X11ClipboardKeeper::start())
+        co_return;
+    // The keeper reads everything from this process (which has to keep
+    // answering meanwhile), then takes the clipboard.
+    QTimer end;
+    end.setSingleShot(true);
+    connect(m_clipboard, &QClipboard::changed, &end, [&](QClipboard::Mode mode) {
+        if (mode == QClipboard::Clipboard && !m_clipboard->ownsClipboard())
+            end.start(0);
+    });
+    end.start(keeperTakeOverLimit);
+    co_await &end;
 }
 
 QString X11Clipboard::text() {

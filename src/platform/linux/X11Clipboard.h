@@ -28,6 +28,7 @@ public:
     QCoro::Task<bool> pasteFetched(std::chrono::milliseconds limit) override;
     QString text() override;
     quint64 changeCount() override { return m_changes; }
+    QCoro::Task<> keepAfterQuit() override;
 
     // Whether a snapshot keeps this format.
     static bool keepsFormat(const QString& format);

@@ -135,6 +135,7 @@ public:
     int pasteWrites = 0;
     std::function<QCoro::Task<bool>(std::chrono::milliseconds limit)> fetch;
     QList<std::chrono::milliseconds> fetchLimits;
+    int keepRequests = 0;
 
     void setTextForPaste(const QString& text) override {
         ++pasteWrites;
@@ -145,6 +146,10 @@ public:
         if (fetch)
             co_return co_await fetch(limit);
         co_return true;
+    }
+    QCoro::Task<> keepAfterQuit() override {
+        ++keepRequests;
+        co_return;
     }
     QString text() override {
         for (const auto& item : content.items) {

@@ -9,7 +9,7 @@
 // "wendle-test-editor" / "wendle-test-editor". With --busy-before-paste the
 // editor is busy for MS milliseconds (its event loop stands still) whenever
 // it gets the paste keystroke, before it asks for the clipboard, as a slow
-// application is.
+// application is; it prints "busy" when that begins.
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -18,6 +18,8 @@
 #include <QSaveFile>
 #include <QTextCursor>
 #include <QThread>
+
+#include <cstdio>
 
 namespace {
 
@@ -35,8 +37,11 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override {
-        if (busyBeforePasteMs > 0 && event->matches(QKeySequence::Paste))
+        if (busyBeforePasteMs > 0 && event->matches(QKeySequence::Paste)) {
+            std::printf("busy\n");
+            std::fflush(stdout);
             QThread::msleep(busyBeforePasteMs); // busy, on purpose
+        }
         QPlainTextEdit::keyPressEvent(event);
     }
 };
