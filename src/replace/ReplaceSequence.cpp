@@ -14,7 +14,8 @@ QCoro::Task<> run(Platform& platform, WindowHandle target, QString text, Delay d
     }
 
     Clipboard& clipboard = platform.clipboard();
-    const ClipboardSnapshot saved = clipboard.snapshot();
+    // Nothing to put back when the clipboard's owner did not answer.
+    const std::optional<ClipboardSnapshot> saved = co_await clipboard.snapshot();
     clipboard.setTextForPaste(text);
     co_await delay(Timing::beforePaste);
     platform.keySender().sendShortcut(KeySender::Shortcut::paste);
@@ -27,7 +28,8 @@ QCoro::Task<> run(Platform& platform, WindowHandle target, QString text, Delay d
     QCoro::Task<bool> fetched = clipboard.pasteFetched(Clipboard::pasteFetchLimit);
     co_await delay(Timing::beforeRestore);
     co_await std::move(fetched);
-    clipboard.restore(saved);
+    if (saved)
+        clipboard.restore(*saved);
 }
 
 } // namespace ReplaceSequence

@@ -58,7 +58,7 @@ private Q_SLOTS:
         RecordingPlatform platform;
         bool textWasThereAtPaste = false;
         platform.keys.onShortcut = [&](KeySender::Shortcut) {
-            textWasThereAtPaste = platform.clipboardFake.text() == QStringLiteral("result");
+            textWasThereAtPaste = platform.clipboardFake.plainText() == QStringLiteral("result");
         };
         awaited(ReplaceSequence::run(platform, platform.front.front, QStringLiteral("result"),
                                      recordingDelay(platform.log)));
@@ -74,7 +74,7 @@ private Q_SLOTS:
         // The target is busy well past the usual pause before it reads.
         platform.clipboardFake.fetch = [&](std::chrono::milliseconds) -> QCoro::Task<bool> {
             co_await QCoro::sleepFor(std::chrono::milliseconds(600));
-            fetchedText = platform.clipboardFake.text();
+            fetchedText = platform.clipboardFake.plainText();
             platform.log.add(QStringLiteral("fetched"));
             co_return true;
         };

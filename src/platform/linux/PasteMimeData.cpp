@@ -1,12 +1,12 @@
 #include "platform/linux/PasteMimeData.h"
 
-#include "platform/linux/TransientMarkers.h"
+#include "platform/ClipboardMarkers.h"
 
 #include <QMetaObject>
 
 PasteMimeData::PasteMimeData(const QString& text) {
     setText(text);
-    for (const auto& [format, value] : TransientMarkers::formats())
+    for (const auto& [format, value] : ClipboardMarkers::transientMarkers())
         setData(format, value);
 }
 

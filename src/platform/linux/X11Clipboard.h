@@ -21,12 +21,13 @@ class X11Clipboard : public QObject, public Clipboard {
 public:
     explicit X11Clipboard(QObject* parent = nullptr);
 
-    ClipboardSnapshot snapshot() override;
+    QCoro::Task<std::optional<ClipboardSnapshot>> snapshot() override;
     void restore(const ClipboardSnapshot& snapshot) override;
     void setText(const QString& text) override;
     void setTextForPaste(const QString& text) override;
     QCoro::Task<bool> pasteFetched(std::chrono::milliseconds limit) override;
-    QString text() override;
+    QCoro::Task<ClipboardText> text() override;
+    QCoro::Task<ClipboardText> primaryText() override;
     quint64 changeCount() override { return m_changes; }
     QCoro::Task<> keepAfterQuit() override;
 

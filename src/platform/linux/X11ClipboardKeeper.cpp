@@ -3,6 +3,7 @@
 #include "platform/linux/X11Clipboard.h"
 
 #include <QClipboard>
+#include <QCoroTask>
 #include <QCoreApplication>
 #include <QDir>
 #include <QGuiApplication>
@@ -11,6 +12,7 @@
 #include <xcb/xcb.h>
 
 #include <cstdlib>
+#include <optional>
 
 namespace X11ClipboardKeeper {
 
@@ -37,6 +39,32 @@ xcb_window_t selectionOwner(xcb_connection_t* connection, const char* selection)
     const xcb_window_t window = owner->owner;
     std::free(owner);
     return window;
+}
+
+void quitSoon() {
+    QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+}
+
+// Reads the clipboard from `owner`, takes it over, and ends the keeper once
+// another program has taken it.
+QCoro::Task<> takeOver(X11Clipboard& clipboard, xcb_window_t owner) {
+    const std::optional<ClipboardSnapshot> content = co_await clipboard.snapshot();
+    // Nothing to keep; or another program took the clipboard while it was
+    // read, and its content is the newer one.
+    if (!content || content->isEmpty() || selectionOwner(qtConnection(), "CLIPBOARD") != owner) {
+        quitSoon();
+        co_return;
+    }
+    clipboard.restore(*content);
+    QClipboard* qtClipboard = QGuiApplication::clipboard();
+    if (!qtClipboard->ownsClipboard()) {
+        quitSoon();
+        co_return;
+    }
+    QObject::connect(qtClipboard, &QClipboard::changed, qApp, [qtClipboard](QClipboard::Mode mode) {
+        if (mode == QClipboard::Clipboard && !qtClipboard->ownsClipboard())
+            QCoreApplication::quit();
+    });
 }
 
 } // namespace
@@ -66,22 +94,8 @@ int run(int argc, char* argv[]) {
     const xcb_window_t owner = selectionOwner(connection, "CLIPBOARD");
     if (owner == XCB_NONE)
         return 0;
-
     X11Clipboard clipboard;
-    const ClipboardSnapshot content = clipboard.snapshot();
-    // Nothing to keep; or another program took the clipboard while it was
-    // read, and its content is the newer one.
-    if (content.isEmpty() || selectionOwner(connection, "CLIPBOARD") != owner)
-        return 0;
-    clipboard.restore(content);
-
-    QClipboard* qtClipboard = QGuiApplication::clipboard();
-    if (!qtClipboard->ownsClipboard())
-        return 0;
-    QObject::connect(qtClipboard, &QClipboard::changed, &app, [qtClipboard](QClipboard::Mode mode) {
-        if (mode == QClipboard::Clipboard && !qtClipboard->ownsClipboard())
-            QCoreApplication::quit();
-    });
+    takeOver(clipboard, owner);
     return QGuiApplication::exec();
 }
 
