@@ -3,8 +3,8 @@
 #include "platform/linux/X11Clipboard.h"
 
 #include <QClipboard>
-#include <QCoroTask>
 #include <QCoreApplication>
+#include <QCoroTask>
 #include <QDir>
 #include <QGuiApplication>
 #include <QProcess>
