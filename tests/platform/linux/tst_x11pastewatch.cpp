@@ -9,6 +9,7 @@
 #include "DesktopTestMain.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 
 using namespace std::chrono_literals;
 
@@ -76,10 +77,20 @@ private Q_SLOTS:
         QElapsedTimer clock;
         clock.start();
         QCoro::Task<> task = watchFetch(clipboard(), 20000ms, watch);
-        QVERIFY(desktop().setClipboard("the user's copy"));
+        // Another program copies; nothing reads the clipboard meanwhile.
+        const QString copied = desktop().tempPath() + QStringLiteral("/copied");
+        QFile file(copied);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("the user's copy") > 0);
+        file.close();
+        QProcess* owner = desktop().start(QStringLiteral(WENDLE_CLIP_OWNER),
+                                          {QStringLiteral("text/plain=") + copied});
+        QVERIFY(owner);
+        QVERIFY(
+            DesktopSession::waitUntil([&] { return desktop().output(owner).contains("owned"); }));
         QVERIFY(DesktopSession::waitUntil([&] { return watch.done; }));
         QVERIFY(!watch.fetched);
         QVERIFY2(clock.elapsed() < 10000, qPrintable(QString::number(clock.elapsed())));
+        desktop().stop(owner);
     }
 
     void nothingPutUpForAPasteIsNeverFetched() {
