@@ -38,7 +38,7 @@ TrayMenu::TrayMenu(QObject* parent)
     settingsEntry(QStringLiteral("Permissions\u2026"), SettingsTab::general);
 
     m_menu->addSeparator();
-    m_menu->addAction(QStringLiteral("Quit Wendle"), qApp, &QCoreApplication::quit);
+    m_menu->addAction(QStringLiteral("Quit Wendle"), this, &TrayMenu::quitRequested);
 
     m_icon->setToolTip(QStringLiteral("Wendle"));
     m_icon->setContextMenu(m_menu);

@@ -16,6 +16,10 @@ public:
     QSystemTrayIcon& icon() const { return *m_icon; }
     QMenu& menu() const { return *m_menu; }
 
+Q_SIGNALS:
+    // "Quit Wendle" was chosen; the application decides how it ends.
+    void quitRequested();
+
 private:
     QMenu* m_menu;
     QSystemTrayIcon* m_icon;

@@ -65,6 +65,19 @@ QCoro::Task<bool> askSnippetPermission() {
     co_return co_await Alert::show(std::move(question)) == 0;
 }
 
+// "Quit Wendle": the palette closes, and what the clipboard holds, which
+// Wendle serves after every restore, is seen to outlive the process before
+// the event loop ends (the clipboard needs it turning meanwhile).
+QCoro::Task<> quit() {
+    static bool quitting = false;
+    if (quitting)
+        co_return;
+    quitting = true;
+    PaletteController::shared().close();
+    co_await Platform::shared().clipboard().keepAfterQuit();
+    QCoreApplication::quit();
+}
+
 } // namespace
 
 int run(int argc, char* argv[]) {
@@ -100,6 +113,7 @@ int run(int argc, char* argv[]) {
 
     SnippetEngine::shared().setPermissionPrompt(&askSnippetPermission);
     TrayMenu tray;
+    QObject::connect(&tray, &TrayMenu::quitRequested, [] { quit(); });
     if (qEnvironmentVariable(StateProbe::enableVariable) == QLatin1String("1"))
         instance.setHandler("state", [&tray] { return StateProbe::state(&tray); });
 

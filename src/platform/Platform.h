@@ -13,6 +13,7 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 // The desktop services Wendle needs, one implementation per platform, chosen at
 // start-up. Portable code receives these interfaces and never includes a
@@ -35,6 +36,13 @@ public:
     // QGuiApplication. Returns null, with a reason in `error`, when the desktop
     // is not supported (for example a Wayland session without X11).
     static std::unique_ptr<Platform> create(QString* error);
+
+    // Some platforms run a part of themselves as a process of its own, which
+    // is `wendle` started with arguments of theirs (on X11: the keeper of the
+    // clipboard after Wendle quit). Called first thing in main(): for such
+    // arguments it runs that process and gives its exit status; for any
+    // other arguments nothing.
+    static std::optional<int> runHelper(int argc, char* argv[]);
 
     // The process-wide instance that the shared controllers use; installed
     // once by the application at start-up.

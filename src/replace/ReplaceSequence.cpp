@@ -14,14 +14,22 @@ QCoro::Task<> run(Platform& platform, WindowHandle target, QString text, Delay d
     }
 
     Clipboard& clipboard = platform.clipboard();
-    const ClipboardSnapshot saved = clipboard.snapshot();
-    clipboard.setText(text);
+    // Nothing to put back when the clipboard's owner did not answer.
+    const std::optional<ClipboardSnapshot> saved = co_await clipboard.snapshot();
+    clipboard.setTextForPaste(text);
     co_await delay(Timing::beforePaste);
     platform.keySender().sendShortcut(KeySender::Shortcut::paste);
-    // On X11 the target asks for the clipboard a few milliseconds after the
-    // keystroke; restoring before it has asked would paste the old content.
+    // The target asks for the clipboard when it gets to the keystroke: a few
+    // milliseconds later, or much later when it is busy. Restoring before it
+    // has asked would paste the user's old content. So the user's clipboard
+    // comes back once the target has fetched the text, but never sooner than
+    // the usual pause (a target may read more than once) and never later than
+    // the limit (a target that ignores the paste never asks).
+    QCoro::Task<bool> fetched = clipboard.pasteFetched(Clipboard::pasteFetchLimit);
     co_await delay(Timing::beforeRestore);
-    clipboard.restore(saved);
+    co_await std::move(fetched);
+    if (saved)
+        clipboard.restore(*saved);
 }
 
 } // namespace ReplaceSequence

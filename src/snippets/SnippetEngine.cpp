@@ -5,6 +5,7 @@
 #include "snippets/Graphemes.h"
 #include "snippets/SnippetStore.h"
 
+#include <QCoroSignal>
 #include <QCoroTimer>
 #include <QPointer>
 
@@ -255,21 +256,37 @@ QCoro::Task<> SnippetEngine::expand(int abbreviationLength, QString expansion) {
     // expansion as "the user's clipboard", and the first's restore could
     // land between the second's new text and its paste.
     Clipboard& clipboard = m_platform.clipboard();
-    if (m_clipboardUsers++ == 0)
-        m_savedClipboard = clipboard.snapshot();
-    clipboard.setText(expansion);
+    if (m_clipboardUsers++ == 0) {
+        m_savingClipboard = true;
+        std::optional<ClipboardSnapshot> saved = co_await clipboard.snapshot();
+        if (!self)
+            co_return;
+        m_savedClipboard = std::move(saved);
+        m_savingClipboard = false;
+        Q_EMIT clipboardSaved();
+    } else if (m_savingClipboard) {
+        co_await qCoro(this, &SnippetEngine::clipboardSaved);
+        if (!self)
+            co_return;
+    }
+    clipboard.setTextForPaste(expansion);
 
     co_await pause(40ms);
     if (!self)
         co_return;
     m_platform.keySender().sendShortcut(KeySender::Shortcut::paste);
 
+    // Restored once the application has fetched the expansion (a busy one
+    // asks late), at the earliest after the pause.
+    QCoro::Task<bool> fetched = clipboard.pasteFetched(Clipboard::pasteFetchLimit);
     co_await pause(400ms);
+    co_await std::move(fetched);
     if (!self)
         co_return;
     if (--m_clipboardUsers == 0) {
-        m_platform.clipboard().restore(m_savedClipboard);
-        m_savedClipboard = {};
+        if (m_savedClipboard)
+            m_platform.clipboard().restore(*m_savedClipboard);
+        m_savedClipboard.reset();
     }
     // Only now: the application has fetched the paste by this time (the
     // restore relies on that too), and a paste the user typed meanwhile

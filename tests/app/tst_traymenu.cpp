@@ -66,6 +66,14 @@ private Q_SLOTS:
         SettingsWindowController::shared().window()->close();
     }
 
+    void quitIsLeftToTheApplication() {
+        // The application first sees to the clipboard it serves, then quits.
+        TrayMenu tray;
+        QSignalSpy quit(&tray, &TrayMenu::quitRequested);
+        entry(tray.menu(), QStringLiteral("Quit Wendle"))->trigger();
+        QCOMPARE(quit.count(), 1);
+    }
+
     void theFirstEntryOpensThePaletteAfterTheMenuHasClosed() {
         TrayMenu tray;
         fakes->keys.onShortcut = [](KeySender::Shortcut shortcut) {

@@ -58,13 +58,76 @@ private Q_SLOTS:
         RecordingPlatform platform;
         bool textWasThereAtPaste = false;
         platform.keys.onShortcut = [&](KeySender::Shortcut) {
-            textWasThereAtPaste = platform.clipboardFake.text() == QStringLiteral("result");
+            textWasThereAtPaste = platform.clipboardFake.plainText() == QStringLiteral("result");
         };
         awaited(ReplaceSequence::run(platform, platform.front.front, QStringLiteral("result"),
                                      recordingDelay(platform.log)));
         QVERIFY(textWasThereAtPaste);
         QVERIFY(platform.clipboardFake.content.isEmpty());
         QCOMPARE(platform.keys.shortcuts, QList<KeySender::Shortcut>{KeySender::Shortcut::paste});
+    }
+
+    void theUsersClipboardComesBackOnlyAfterASlowTargetFetchedTheText() {
+        RecordingPlatform platform;
+        platform.clipboardFake.content = richClipboard();
+        QString fetchedText;
+        // The target is busy well past the usual pause before it reads.
+        platform.clipboardFake.fetch = [&](std::chrono::milliseconds) -> QCoro::Task<bool> {
+            co_await QCoro::sleepFor(std::chrono::milliseconds(600));
+            fetchedText = platform.clipboardFake.plainText();
+            platform.log.add(QStringLiteral("fetched"));
+            co_return true;
+        };
+        awaited(ReplaceSequence::run(platform, platform.front.front, QStringLiteral("Reply."),
+                                     recordingDelay(platform.log)));
+
+        QCOMPARE(fetchedText, QStringLiteral("Reply."));
+        QCOMPARE(platform.log.steps.mid(4),
+                 (QStringList{"paste", "wait 450", "fetched", "restore"}));
+        QCOMPARE(platform.clipboardFake.pasteWrites, 1);
+        QCOMPARE(platform.clipboardFake.fetchLimits,
+                 QList<std::chrono::milliseconds>{Clipboard::pasteFetchLimit});
+        QCOMPARE(platform.clipboardFake.content, richClipboard());
+    }
+
+    void aTargetThatNeverFetchesStillGetsTheUsersClipboardBack() {
+        RecordingPlatform platform;
+        platform.clipboardFake.content = richClipboard();
+        platform.clipboardFake.fetch = [&](std::chrono::milliseconds) -> QCoro::Task<bool> {
+            platform.log.add(QStringLiteral("limit passed"));
+            co_return false;
+        };
+        awaited(ReplaceSequence::run(platform, platform.front.front, QStringLiteral("x"),
+                                     recordingDelay(platform.log)));
+        QCOMPARE(platform.log.steps.mid(4),
+                 (QStringList{"paste", "limit passed", "wait 450", "restore"}));
+        QCOMPARE(platform.clipboardFake.content, richClipboard());
+    }
+
+    void realTimingRestoresAfterTheFetchButNeverBeforeThePause_data() {
+        QTest::addColumn<int>("fetchAfterMs");
+        QTest::addColumn<int>("restoreNotBeforeMs");
+        QTest::newRow("quick target") << 20 << 450;
+        QTest::newRow("busy target") << 700 << 650; // coarse timers fire up to 5 % early
+    }
+
+    void realTimingRestoresAfterTheFetchButNeverBeforeThePause() {
+        QFETCH(int, fetchAfterMs);
+        QFETCH(int, restoreNotBeforeMs);
+        RecordingPlatform platform;
+        platform.clipboardFake.content = richClipboard();
+        QElapsedTimer clock;
+        qint64 pastedAt = -1;
+        platform.keys.onShortcut = [&](KeySender::Shortcut) { pastedAt = clock.elapsed(); };
+        platform.clipboardFake.fetch = [&](std::chrono::milliseconds) -> QCoro::Task<bool> {
+            co_await QCoro::sleepFor(std::chrono::milliseconds(fetchAfterMs));
+            co_return true;
+        };
+        clock.start();
+        awaited(ReplaceSequence::run(platform, platform.front.front, QStringLiteral("x")));
+        const qint64 restoredAfter = clock.elapsed() - pastedAt;
+        QVERIFY2(restoredAfter >= restoreNotBeforeMs, qPrintable(QString::number(restoredAfter)));
+        QCOMPARE(platform.clipboardFake.content, richClipboard());
     }
 
     void realTimingLeavesTheTargetTimeToRead() {

@@ -3,7 +3,9 @@
 #include "platform/Clipboard.h"
 
 #include <QObject>
+#include <QPointer>
 
+class PasteMimeData;
 class QClipboard;
 
 // The CLIPBOARD selection through Qt's own X11 clipboard. Qt names a target by
@@ -19,11 +21,15 @@ class X11Clipboard : public QObject, public Clipboard {
 public:
     explicit X11Clipboard(QObject* parent = nullptr);
 
-    ClipboardSnapshot snapshot() override;
+    QCoro::Task<std::optional<ClipboardSnapshot>> snapshot() override;
     void restore(const ClipboardSnapshot& snapshot) override;
     void setText(const QString& text) override;
-    QString text() override;
+    void setTextForPaste(const QString& text) override;
+    QCoro::Task<bool> pasteFetched(std::chrono::milliseconds limit) override;
+    QCoro::Task<ClipboardText> text() override;
+    QCoro::Task<ClipboardText> primaryText() override;
     quint64 changeCount() override { return m_changes; }
+    QCoro::Task<> keepAfterQuit() override;
 
     // Whether a snapshot keeps this format.
     static bool keepsFormat(const QString& format);
@@ -31,4 +37,7 @@ public:
 private:
     QClipboard* m_clipboard;
     quint64 m_changes = 0;
+    // The content of the last setTextForPaste while the clipboard holds it
+    // (Qt deletes it when it is replaced).
+    QPointer<PasteMimeData> m_paste;
 };

@@ -1,5 +1,7 @@
 #include "platform/linux/X11Platform.h"
 
+#include "platform/linux/X11ClipboardKeeper.h"
+
 #include <QGuiApplication>
 
 X11Platform::X11Platform(std::unique_ptr<XConnection> connection)
@@ -30,4 +32,10 @@ std::unique_ptr<Platform> Platform::create(QString* error) {
     if (!connection)
         return nullptr;
     return std::make_unique<X11Platform>(std::move(connection));
+}
+
+std::optional<int> Platform::runHelper(int argc, char* argv[]) {
+    if (argc == 2 && qstrcmp(argv[1], X11ClipboardKeeper::argument) == 0)
+        return X11ClipboardKeeper::run(argc, argv);
+    return std::nullopt;
 }

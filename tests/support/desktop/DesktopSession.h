@@ -142,6 +142,7 @@ public:
         int selectionStart = -1; // with selectionEnd: select [start, end)
         int selectionEnd = -1;
         QString title = QStringLiteral("Wendle Test Editor");
+        int busyBeforePasteMs = 0; // busy that long on every paste keystroke
     };
     struct Editor {
         QProcess* process = nullptr;

@@ -146,6 +146,9 @@ std::optional<DesktopSession::Editor> DesktopSession::startEditor(const EditorOp
     else if (options.selectionStart >= 0 && options.selectionEnd >= 0)
         arguments << QStringLiteral("--select")
                   << QStringLiteral("%1:%2").arg(options.selectionStart).arg(options.selectionEnd);
+    if (options.busyBeforePasteMs > 0)
+        arguments << QStringLiteral("--busy-before-paste")
+                  << QString::number(options.busyBeforePasteMs);
     editor.process = start(editorProgram(), arguments);
     if (!editor.process)
         return std::nullopt;

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "platform/ClipboardMarkers.h"
 #include "platform/Platform.h"
 
 #include <QList>
 #include <QPair>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 
 // Stand-ins for the desktop, for unit tests of portable code. Each records
@@ -115,13 +117,20 @@ public:
 class FakeClipboard : public Clipboard {
 public:
     ClipboardSnapshot content;
+    // What is selected now (X11's PRIMARY selection).
+    ClipboardSnapshot primary;
+    // false: plays an owner that never answers: every read gives up.
+    bool answering = true;
     quint64 changes = 0;
     int snapshots = 0;
     int restores = 0;
+    int primaryReads = 0;
 
-    ClipboardSnapshot snapshot() override {
-        ++snapshots;
-        return content;
+    QCoro::Task<std::optional<ClipboardSnapshot>> snapshot() override {
+        const ClipboardSnapshot taken = takeSnapshot();
+        if (!answering)
+            co_return std::nullopt;
+        co_return taken;
     }
     void restore(const ClipboardSnapshot& snapshot) override {
         ++restores;
@@ -132,8 +141,49 @@ public:
         content = textSnapshot(text);
         ++changes;
     }
-    QString text() override {
-        for (const auto& item : content.items) {
+
+    // Writes for a paste go through setText (so the fakes that record
+    // setText see them) and are counted. The paste target fetches them at
+    // once, unless a test plays a slower target with `fetch`.
+    int pasteWrites = 0;
+    std::function<QCoro::Task<bool>(std::chrono::milliseconds limit)> fetch;
+    QList<std::chrono::milliseconds> fetchLimits;
+    int keepRequests = 0;
+
+    void setTextForPaste(const QString& text) override {
+        ++pasteWrites;
+        setText(text);
+    }
+    QCoro::Task<bool> pasteFetched(std::chrono::milliseconds limit) override {
+        fetchLimits.append(limit);
+        if (fetch)
+            co_return co_await fetch(limit);
+        co_return true;
+    }
+    QCoro::Task<> keepAfterQuit() override {
+        ++keepRequests;
+        co_return;
+    }
+    QCoro::Task<ClipboardText> text() override { co_return read(content); }
+    QCoro::Task<ClipboardText> primaryText() override {
+        ++primaryReads;
+        co_return read(primary);
+    }
+    quint64 changeCount() override { return changes; }
+
+    // Called by every snapshot, answered or not; subclasses record it.
+    virtual ClipboardSnapshot takeSnapshot() {
+        ++snapshots;
+        return content;
+    }
+    // The plain text on the clipboard now, secret or not (for checks).
+    QString plainText() const { return plainTextOf(content); }
+
+    static ClipboardSnapshot textSnapshot(const QString& text) {
+        return ClipboardSnapshot{{{{QStringLiteral("text/plain"), text.toUtf8()}}}};
+    }
+    static QString plainTextOf(const ClipboardSnapshot& snapshot) {
+        for (const auto& item : snapshot.items) {
             for (const auto& [type, bytes] : item) {
                 if (type == QStringLiteral("text/plain"))
                     return QString::fromUtf8(bytes);
@@ -141,10 +191,16 @@ public:
         }
         return {};
     }
-    quint64 changeCount() override { return changes; }
 
-    static ClipboardSnapshot textSnapshot(const QString& text) {
-        return ClipboardSnapshot{{{{QStringLiteral("text/plain"), text.toUtf8()}}}};
+private:
+    ClipboardText read(const ClipboardSnapshot& snapshot) const {
+        if (!answering)
+            return {ClipboardText::Status::noAnswer, {}};
+        for (const auto& item : snapshot.items) {
+            if (ClipboardMarkers::isSecret(item))
+                return {ClipboardText::Status::secret, {}};
+        }
+        return {ClipboardText::Status::read, plainTextOf(snapshot)};
     }
 };
 

@@ -3,16 +3,23 @@
 // of it), and once at start, which tells a test that it is up.
 //
 //   wendle-test-editor --file PATH [--text TEXT] [--select-all | --select START:END]
-//                      [--title TITLE]
+//                      [--title TITLE] [--busy-before-paste MS]
 //
 // Window title: TITLE (default "Wendle Test Editor"); WM_CLASS
-// "wendle-test-editor" / "wendle-test-editor".
+// "wendle-test-editor" / "wendle-test-editor". With --busy-before-paste the
+// editor is busy for MS milliseconds (its event loop stands still) whenever
+// it gets the paste keystroke, before it asks for the clipboard, as a slow
+// application is; it prints "busy" when that begins.
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QSaveFile>
 #include <QTextCursor>
+#include <QThread>
+
+#include <cstdio>
 
 namespace {
 
@@ -23,6 +30,21 @@ void save(const QString& path, const QString& text) {
         file.commit();
     }
 }
+
+class Editor : public QPlainTextEdit {
+public:
+    int busyBeforePasteMs = 0;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override {
+        if (busyBeforePasteMs > 0 && event->matches(QKeySequence::Paste)) {
+            std::printf("busy\n");
+            std::fflush(stdout);
+            QThread::msleep(busyBeforePasteMs); // busy, on purpose
+        }
+        QPlainTextEdit::keyPressEvent(event);
+    }
+};
 
 } // namespace
 
@@ -43,14 +65,19 @@ int main(int argc, char** argv) {
     const QCommandLineOption titleOption(QStringLiteral("title"), QStringLiteral("Window title"),
                                          QStringLiteral("title"),
                                          QStringLiteral("Wendle Test Editor"));
-    parser.addOptions({fileOption, textOption, selectAllOption, selectOption, titleOption});
+    const QCommandLineOption busyOption(
+        QStringLiteral("busy-before-paste"),
+        QStringLiteral("Be busy for MS milliseconds on a paste keystroke"), QStringLiteral("ms"));
+    parser.addOptions(
+        {fileOption, textOption, selectAllOption, selectOption, titleOption, busyOption});
     parser.addHelpOption();
     parser.process(app);
     if (!parser.isSet(fileOption))
         parser.showHelp(2);
     const QString path = parser.value(fileOption);
 
-    QPlainTextEdit editor;
+    Editor editor;
+    editor.busyBeforePasteMs = parser.value(busyOption).toInt();
     editor.setWindowTitle(parser.value(titleOption));
     editor.resize(600, 300);
     editor.setPlainText(parser.value(textOption));
