@@ -277,8 +277,10 @@ void HttpExchange::onClosed() {
         return;
     // What arrived before the close is read first.
     if (m_socket->bytesAvailable() > 0) {
+        // A receiver of what this reads may delete the exchange.
+        const QPointer<HttpExchange> self(this);
         onReadyRead();
-        if (m_over)
+        if (!self || m_over)
             return;
     }
     if (m_headDone && m_framing == Framing::untilClose) {

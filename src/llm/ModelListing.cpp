@@ -95,6 +95,8 @@ QCoro::Task<ModelList> listModels(ServerSettings settings) {
                          reply->abort();
                      });
     co_await reply.get();
+    // The handlers above write into this frame: none may run once it is gone.
+    QObject::disconnect(reply.get(), nullptr, nullptr, nullptr);
     if (refused)
         co_return ModelList{
             {}, ClientError::redirectRefused(address(refused->toString(QUrl::RemoveUserInfo)))};

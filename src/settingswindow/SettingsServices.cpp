@@ -7,6 +7,10 @@
 #include "snippets/SnippetStore.h"
 
 SettingsServices SettingsServices::shared() {
-    return {&AppSettings::shared(), &ActionStore::shared(), &SnippetStore::shared(),
-            &SnippetEngine::shared(), &Platform::shared().permissions(), &Platform::shared().loginItem()};
+    return {&AppSettings::shared(),
+            &ActionStore::shared(),
+            &SnippetStore::shared(),
+            &SnippetEngine::shared(),
+            &Platform::shared().permissions(),
+            &Platform::shared().loginItem()};
 }

@@ -1,6 +1,8 @@
 #include "platform/linux/ApplicationRulesFile.h"
 
-#include <QFile>
+#include "storage/JsonFile.h"
+
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -27,15 +29,17 @@ const ApplicationRulesFile::Rule* ApplicationRulesFile::find(const QString& inst
 void ApplicationRulesFile::reloadIfChanged() {
     // Read whole each time: it is a few hundred bytes, looked at once per
     // copy or paste, and a time stamp can miss a quick edit.
-    QFile file(m_path);
-    const bool exists = file.exists();
+    // Through the data files' reader: a FIFO or a link to a device under
+    // this name must not block or fill memory on every keystroke.
+    const bool exists = QFileInfo::exists(m_path) || QFileInfo(m_path).isSymLink();
     QByteArray content;
     QString unreadable;
     if (exists) {
-        if (file.open(QIODevice::ReadOnly))
-            content = file.readAll();
+        if (const std::optional<QByteArray> bytes = JsonFile::read(m_path))
+            content = *bytes;
         else
-            unreadable = file.errorString();
+            unreadable = QStringLiteral("it is not a readable regular file of at most %1 MB")
+                             .arg(JsonFile::maxReadSize / (1024 * 1024));
     }
     if (m_read && exists == m_existed && content == m_content && unreadable == m_unreadable)
         return;

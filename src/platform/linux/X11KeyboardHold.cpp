@@ -1,5 +1,6 @@
 #include "platform/linux/X11KeyboardHold.h"
 
+#include "platform/Clipboard.h"
 #include "platform/linux/XConnection.h"
 
 #include <xcb/xtest.h>
@@ -18,8 +19,10 @@ std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
     return {reply, &std::free};
 }
 
-// Far longer than any hold we take (an expansion holds about half a second).
-constexpr auto holdLimit = 3s;
+// A safety net, longer than any hold we take: an expansion holds the keys
+// for about half a second, and at most until the clipboard's restore, which
+// waits up to Clipboard::pasteFetchLimit for a target that never reads it.
+constexpr auto holdLimit = Clipboard::pasteFetchLimit + 1s;
 
 } // namespace
 

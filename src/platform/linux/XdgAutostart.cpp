@@ -11,19 +11,24 @@
 namespace {
 
 // An Exec value's argument, quoted as desktop entries want it when it holds
-// anything a launcher would split or expand.
+// anything a launcher would split or expand. A '%' would start a field code,
+// and the value is unescaped as a string before it is split into arguments,
+// so the quoting's own backslashes are written twice.
 QString quotedArgument(const QString& argument) {
     static const QString special = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
     bool plain = !argument.isEmpty();
     for (const QChar c : argument)
         plain = plain && !special.contains(c);
     if (plain)
-        return argument;
+        return QString(argument).replace(u'%', QStringLiteral("%%"));
     QString quoted = QStringLiteral("\"");
     for (const QChar c : argument) {
-        if (c == u'"' || c == u'`' || c == u'$' || c == u'\\')
-            quoted += u'\\';
-        quoted += c;
+        if (c == u'"' || c == u'`' || c == u'$')
+            quoted += QStringLiteral("\\\\") + c;
+        else if (c == u'\\')
+            quoted += QStringLiteral("\\\\\\\\");
+        else
+            quoted += c == u'%' ? QStringLiteral("%%") : QString(c);
     }
     return quoted + u'"';
 }

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -33,6 +34,8 @@ private:
     // as `cmake --install` lays them out.
     QString installedExecutable(const QString& prefix);
     static QByteArray read(const QString& path);
+    // What desktop-file-validate says about the entry; empty when it accepts it.
+    static QString validatorComplaints();
 
     std::unique_ptr<QTemporaryDir> m_prefix;
 };
@@ -64,6 +67,16 @@ QString TestXdgAutostart::installedExecutable(const QString& prefix) {
 QByteArray TestXdgAutostart::read(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+QString TestXdgAutostart::validatorComplaints() {
+    QProcess validator;
+    validator.setProcessChannelMode(QProcess::MergedChannels);
+    validator.start(QStringLiteral("desktop-file-validate"), {XdgAutostart::entryPath()});
+    if (!validator.waitForFinished(10000))
+        return QStringLiteral("desktop-file-validate did not run: ") + validator.errorString();
+    const QString output = QString::fromUtf8(validator.readAll());
+    return validator.exitCode() == 0 ? QString() : output;
 }
 
 void TestXdgAutostart::entryLivesInTheAutostartFolder() {
@@ -103,6 +116,7 @@ void TestXdgAutostart::enablingWritesAnEntryNamingTheExecutable() {
         "Terminal=false\n"
         "X-GNOME-Autostart-enabled=true\n";
     QCOMPARE(read(XdgAutostart::entryPath()), expected);
+    QCOMPARE(validatorComplaints(), QString());
     // No temporary file left beside it.
     QCOMPARE(QDir(QFileInfo(XdgAutostart::entryPath()).absolutePath())
                  .entryList(QDir::Files | QDir::Hidden),
@@ -110,15 +124,20 @@ void TestXdgAutostart::enablingWritesAnEntryNamingTheExecutable() {
 }
 
 void TestXdgAutostart::executableWithSpacesIsQuoted() {
+    // Quoted for the launcher ("\"" and "\$" escaped), whose escapes are then
+    // escaped again for the entry's string unescaping; "%" is doubled.
     QTemporaryDir home;
-    const QString program = installedExecutable(home.path() + QStringLiteral("/My \"Apps\"$"));
+    const QString program = installedExecutable(home.path() + QStringLiteral("/My \"Apps\" 100%$"));
     XdgAutostart autostart(program);
     QVERIFY(autostart.setEnabled(true, nullptr));
     QString quoted = program;
-    quoted.replace(u'"', QStringLiteral("\\\"")).replace(u'$', QStringLiteral("\\$"));
+    quoted.replace(u'"', QStringLiteral("\\\\\""))
+        .replace(u'$', QStringLiteral("\\\\$"))
+        .replace(u'%', QStringLiteral("%%"));
     QVERIFY2(read(XdgAutostart::entryPath())
                  .contains(QByteArray("\nExec=\"" + quoted.toUtf8() + "\"\n")),
              read(XdgAutostart::entryPath()).constData());
+    QCOMPARE(validatorComplaints(), QString());
 }
 
 void TestXdgAutostart::disablingRemovesTheEntry() {
