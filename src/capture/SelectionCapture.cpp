@@ -16,11 +16,11 @@ constexpr int modifierPolls = 30;
 constexpr auto copyPoll = 25ms;
 constexpr int copyPolls = 20;
 
-Result fallback(Clipboard& clipboard, const QString& note) {
-    const QString text = clipboard.text();
-    if (!text.trimmed().isEmpty())
-        return {text, SelectionSource::clipboard, note};
-    return {QString(), SelectionSource::none, note};
+QCoro::Task<Result> fallback(Clipboard& clipboard, QString note) {
+    const ClipboardText read = co_await clipboard.text();
+    if (read.hasText())
+        co_return Result{read.text, SelectionSource::clipboard, note};
+    co_return Result{QString(), SelectionSource::none, note};
 }
 
 } // namespace
@@ -38,17 +38,19 @@ QString noPermissionNote() {
 QCoro::Task<Result> capture(Platform& platform, Delay delay) {
     Clipboard& clipboard = platform.clipboard();
     if (!platform.permissions().accessibilityGranted())
-        co_return fallback(clipboard, noPermissionNote());
+        co_return co_await fallback(clipboard, noPermissionNote());
     // An application without a copy keystroke (a default xterm) cannot hand
     // its selection over: its clipboard text is all there is, at once.
     if (!platform.keySender().hasShortcut(KeySender::Shortcut::copy))
-        co_return fallback(clipboard, noSelectionNote());
+        co_return co_await fallback(clipboard, noSelectionNote());
 
     for (int sleeps = 0; platform.modifierState().controlOrOptionHeld() && sleeps < modifierPolls;
          ++sleeps)
         co_await delay(modifierPoll);
 
-    const ClipboardSnapshot saved = clipboard.snapshot();
+    const std::optional<ClipboardSnapshot> saved = co_await clipboard.snapshot();
+    if (!saved)
+        co_return Result{QString(), SelectionSource::none, noSelectionNote()};
     const quint64 before = clipboard.changeCount();
     platform.keySender().sendShortcut(KeySender::Shortcut::copy);
 
@@ -56,14 +58,14 @@ QCoro::Task<Result> capture(Platform& platform, Delay delay) {
         co_await delay(copyPoll);
 
     if (clipboard.changeCount() != before) {
-        const QString copied = clipboard.text();
-        clipboard.restore(saved);
-        if (!copied.trimmed().isEmpty())
-            co_return Result{copied, SelectionSource::selection, QString()};
+        const ClipboardText copied = co_await clipboard.text();
+        clipboard.restore(*saved);
+        if (copied.hasText())
+            co_return Result{copied.text, SelectionSource::selection, QString()};
     }
     // Nothing was copied (the clipboard is untouched) or the copy held no
     // text (the user's clipboard is back): fall back to the user's own text.
-    co_return fallback(clipboard, noSelectionNote());
+    co_return co_await fallback(clipboard, noSelectionNote());
 }
 
 } // namespace SelectionCapture

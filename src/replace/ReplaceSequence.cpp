@@ -14,14 +14,16 @@ QCoro::Task<> run(Platform& platform, WindowHandle target, QString text, Delay d
     }
 
     Clipboard& clipboard = platform.clipboard();
-    const ClipboardSnapshot saved = clipboard.snapshot();
+    // Nothing to put back when the clipboard's owner did not answer.
+    const std::optional<ClipboardSnapshot> saved = co_await clipboard.snapshot();
     clipboard.setText(text);
     co_await delay(Timing::beforePaste);
     platform.keySender().sendShortcut(KeySender::Shortcut::paste);
     // On X11 the target asks for the clipboard a few milliseconds after the
     // keystroke; restoring before it has asked would paste the old content.
     co_await delay(Timing::beforeRestore);
-    clipboard.restore(saved);
+    if (saved)
+        clipboard.restore(*saved);
 }
 
 } // namespace ReplaceSequence

@@ -5,6 +5,7 @@
 #include "snippets/Graphemes.h"
 #include "snippets/SnippetStore.h"
 
+#include <QCoroSignal>
 #include <QCoroTimer>
 #include <QPointer>
 
@@ -238,8 +239,19 @@ QCoro::Task<> SnippetEngine::expand(int abbreviationLength, QString expansion) {
     // expansion as "the user's clipboard", and the first's restore could
     // land between the second's new text and its paste.
     Clipboard& clipboard = m_platform.clipboard();
-    if (m_clipboardUsers++ == 0)
-        m_savedClipboard = clipboard.snapshot();
+    if (m_clipboardUsers++ == 0) {
+        m_savingClipboard = true;
+        std::optional<ClipboardSnapshot> saved = co_await clipboard.snapshot();
+        if (!self)
+            co_return;
+        m_savedClipboard = std::move(saved);
+        m_savingClipboard = false;
+        Q_EMIT clipboardSaved();
+    } else if (m_savingClipboard) {
+        co_await qCoro(this, &SnippetEngine::clipboardSaved);
+        if (!self)
+            co_return;
+    }
     clipboard.setText(expansion);
 
     co_await pause(40ms);
@@ -251,8 +263,9 @@ QCoro::Task<> SnippetEngine::expand(int abbreviationLength, QString expansion) {
     if (!self)
         co_return;
     if (--m_clipboardUsers == 0) {
-        m_platform.clipboard().restore(m_savedClipboard);
-        m_savedClipboard = {};
+        if (m_savedClipboard)
+            m_platform.clipboard().restore(*m_savedClipboard);
+        m_savedClipboard.reset();
     }
     Q_EMIT expansionFinished();
 }

@@ -11,6 +11,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <optional>
 
 class AppSettings;
 class Platform;
@@ -66,6 +67,9 @@ Q_SIGNALS:
     // clipboard is the user's again once the last of overlapping sequences
     // has ended (for tests and benchmarks).
     void expansionFinished();
+    // The first of overlapping expansions has read the user's clipboard; the
+    // others wait for it before they fill the clipboard (internal).
+    void clipboardSaved();
 
 private:
     void start();
@@ -87,7 +91,9 @@ private:
     // Rebuilt lazily after the store's list changes.
     AbbreviationIndex m_index;
     bool m_indexStale = true;
-    // The user's clipboard while expansions use it, and how many do.
-    ClipboardSnapshot m_savedClipboard;
+    // The user's clipboard while expansions use it (none when its owner did
+    // not answer), how many do, and whether it is still being read.
+    std::optional<ClipboardSnapshot> m_savedClipboard;
     int m_clipboardUsers = 0;
+    bool m_savingClipboard = false;
 };

@@ -352,7 +352,7 @@ private Q_SLOTS:
         model->runSelected();
         world.streams.last()->sendPiece("<think>x</think>\n Copied text \n");
         model->copyResult();
-        QCOMPARE(world.platform.clipboardFake.text(), QStringLiteral("Copied text"));
+        QCOMPARE(world.platform.clipboardFake.plainText(), QStringLiteral("Copied text"));
         QCOMPARE(close.count(), 1);
     }
 };

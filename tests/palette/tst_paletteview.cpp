@@ -300,7 +300,7 @@ private Q_SLOTS:
         QTest::mouseClick(result().replaceButton(), Qt::LeftButton);
         QCOMPARE(replace.count(), 1);
         QTest::mouseClick(result().copyButton(), Qt::LeftButton);
-        QCOMPARE(m_world->platform.clipboardFake.text(), QStringLiteral("Answer"));
+        QCOMPARE(m_world->platform.clipboardFake.plainText(), QStringLiteral("Answer"));
         QCOMPARE(close.count(), 1);
         QTest::mouseClick(result().retryButton(), Qt::LeftButton);
         QCOMPARE(m_world->streams.made.size(), 2);

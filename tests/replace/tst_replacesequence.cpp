@@ -58,7 +58,7 @@ private Q_SLOTS:
         RecordingPlatform platform;
         bool textWasThereAtPaste = false;
         platform.keys.onShortcut = [&](KeySender::Shortcut) {
-            textWasThereAtPaste = platform.clipboardFake.text() == QStringLiteral("result");
+            textWasThereAtPaste = platform.clipboardFake.plainText() == QStringLiteral("result");
         };
         awaited(ReplaceSequence::run(platform, platform.front.front, QStringLiteral("result"),
                                      recordingDelay(platform.log)));

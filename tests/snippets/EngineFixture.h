@@ -66,9 +66,9 @@ class TimedClipboard : public FakeClipboard {
 public:
     QElapsedTimer* clock = nullptr;
     QList<Step>* steps = nullptr;
-    ClipboardSnapshot snapshot() override {
+    ClipboardSnapshot takeSnapshot() override {
         steps->append({QStringLiteral("snapshot"), clock->elapsed()});
-        return FakeClipboard::snapshot();
+        return FakeClipboard::takeSnapshot();
     }
     void setText(const QString& text) override {
         steps->append({QStringLiteral("set text"), clock->elapsed()});
@@ -157,7 +157,7 @@ struct EngineFixture {
 
     // What the expansion pasted: the clipboard's text at each paste.
     QStringList& recordPastes() {
-        keys().onShortcut = [this](KeySender::Shortcut) { pasted.append(clipboard().text()); };
+        keys().onShortcut = [this](KeySender::Shortcut) { pasted.append(clipboard().plainText()); };
         return pasted;
     }
     QStringList pasted;

@@ -51,7 +51,7 @@ private Q_SLOTS:
         f->watcher().typeText(";addr");
         QVERIFY(f->waitForExpansions(1));
         QCOMPARE(pasted, QStringList{"123 Main Street\nSpringfield"});
-        QCOMPARE(f->clipboard().text(), QString("previous"));
+        QCOMPARE(f->clipboard().plainText(), QString("previous"));
         QCOMPARE(f->keys().shortcuts, QList<KeySender::Shortcut>{KeySender::Shortcut::paste});
     }
 
@@ -69,7 +69,7 @@ private Q_SLOTS:
         QVERIFY(f->onlyTheNextAbbreviationExpands());
         QVERIFY(f->waitForExpansions(1));
         QCOMPARE(f->keys().shortcutQuestions, 2);
-        QCOMPARE(f->clipboard().text(), QString("mine"));
+        QCOMPARE(f->clipboard().plainText(), QString("mine"));
     }
 
     void anEmptyClipboardIsEmptyAgainAfterwards() {
@@ -120,7 +120,7 @@ private Q_SLOTS:
         // One saved clipboard for both, put back once, by the last.
         QCOMPARE(f->clipboard().snapshots, 1);
         QCOMPARE(f->clipboard().restores, 1);
-        QCOMPARE(f->clipboard().text(), QString("original"));
+        QCOMPARE(f->clipboard().plainText(), QString("original"));
     }
 
     void expansionsOneAfterTheOtherEachSaveAndRestore() {
@@ -133,7 +133,7 @@ private Q_SLOTS:
         QVERIFY(f->waitForExpansions(2));
         QCOMPARE(f->clipboard().snapshots, 2);
         QCOMPARE(f->clipboard().restores, 2);
-        QCOMPARE(f->clipboard().text(), QString("changed by the user"));
+        QCOMPARE(f->clipboard().plainText(), QString("changed by the user"));
     }
 
     void anEngineDestroyedMidExpansionTakesNoFurtherStep() {

@@ -24,13 +24,13 @@ bool X11Clipboard::keepsFormat(const QString& format) {
     return !format.isEmpty() && !left.contains(format);
 }
 
-ClipboardSnapshot X11Clipboard::snapshot() {
+QCoro::Task<std::optional<ClipboardSnapshot>> X11Clipboard::snapshot() {
     const QMimeData* data = m_clipboard->mimeData(QClipboard::Clipboard);
     if (!data)
-        return {};
+        co_return ClipboardSnapshot{};
     const QStringList formats = data->formats();
     if (formats.isEmpty())
-        return {};
+        co_return ClipboardSnapshot{};
     ClipboardSnapshot::Item item;
     for (const QString& format : formats) {
         if (!keepsFormat(format))
@@ -40,7 +40,7 @@ ClipboardSnapshot X11Clipboard::snapshot() {
             continue; // the owner would not give it
         item.append({format, bytes});
     }
-    return ClipboardSnapshot{{item}};
+    co_return ClipboardSnapshot{{item}};
 }
 
 void X11Clipboard::restore(const ClipboardSnapshot& snapshot) {
@@ -67,6 +67,10 @@ void X11Clipboard::setText(const QString& text) {
     m_clipboard->setText(text, QClipboard::Clipboard);
 }
 
-QString X11Clipboard::text() {
-    return m_clipboard->text(QClipboard::Clipboard);
+QCoro::Task<ClipboardText> X11Clipboard::text() {
+    co_return ClipboardText{ClipboardText::Status::read, m_clipboard->text(QClipboard::Clipboard)};
+}
+
+QCoro::Task<ClipboardText> X11Clipboard::primaryText() {
+    co_return ClipboardText{ClipboardText::Status::read, m_clipboard->text(QClipboard::Selection)};
 }

@@ -19,10 +19,11 @@ class X11Clipboard : public QObject, public Clipboard {
 public:
     explicit X11Clipboard(QObject* parent = nullptr);
 
-    ClipboardSnapshot snapshot() override;
+    QCoro::Task<std::optional<ClipboardSnapshot>> snapshot() override;
     void restore(const ClipboardSnapshot& snapshot) override;
     void setText(const QString& text) override;
-    QString text() override;
+    QCoro::Task<ClipboardText> text() override;
+    QCoro::Task<ClipboardText> primaryText() override;
     quint64 changeCount() override { return m_changes; }
 
     // Whether a snapshot keeps this format.

@@ -22,9 +22,9 @@ class RecordingClipboard : public FakeClipboard {
 public:
     explicit RecordingClipboard(StepLog& log)
         : m_log(log) {}
-    ClipboardSnapshot snapshot() override {
+    ClipboardSnapshot takeSnapshot() override {
         m_log.add(QStringLiteral("snapshot"));
-        return FakeClipboard::snapshot();
+        return FakeClipboard::takeSnapshot();
     }
     void restore(const ClipboardSnapshot& snapshot) override {
         m_log.add(QStringLiteral("restore"));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ClipboardMarkers.h"
 #include "platform/Platform.h"
 
 #include <QList>
@@ -110,13 +111,20 @@ public:
 class FakeClipboard : public Clipboard {
 public:
     ClipboardSnapshot content;
+    // What is selected now (X11's PRIMARY selection).
+    ClipboardSnapshot primary;
+    // false: plays an owner that never answers: every read gives up.
+    bool answering = true;
     quint64 changes = 0;
     int snapshots = 0;
     int restores = 0;
+    int primaryReads = 0;
 
-    ClipboardSnapshot snapshot() override {
-        ++snapshots;
-        return content;
+    QCoro::Task<std::optional<ClipboardSnapshot>> snapshot() override {
+        const ClipboardSnapshot taken = takeSnapshot();
+        if (!answering)
+            co_return std::nullopt;
+        co_return taken;
     }
     void restore(const ClipboardSnapshot& snapshot) override {
         ++restores;
@@ -127,8 +135,26 @@ public:
         content = textSnapshot(text);
         ++changes;
     }
-    QString text() override {
-        for (const auto& item : content.items) {
+    QCoro::Task<ClipboardText> text() override { co_return read(content); }
+    QCoro::Task<ClipboardText> primaryText() override {
+        ++primaryReads;
+        co_return read(primary);
+    }
+    quint64 changeCount() override { return changes; }
+
+    // Called by every snapshot, answered or not; subclasses record it.
+    virtual ClipboardSnapshot takeSnapshot() {
+        ++snapshots;
+        return content;
+    }
+    // The plain text on the clipboard now, secret or not (for checks).
+    QString plainText() const { return plainTextOf(content); }
+
+    static ClipboardSnapshot textSnapshot(const QString& text) {
+        return ClipboardSnapshot{{{{QStringLiteral("text/plain"), text.toUtf8()}}}};
+    }
+    static QString plainTextOf(const ClipboardSnapshot& snapshot) {
+        for (const auto& item : snapshot.items) {
             for (const auto& [type, bytes] : item) {
                 if (type == QStringLiteral("text/plain"))
                     return QString::fromUtf8(bytes);
@@ -136,10 +162,16 @@ public:
         }
         return {};
     }
-    quint64 changeCount() override { return changes; }
 
-    static ClipboardSnapshot textSnapshot(const QString& text) {
-        return ClipboardSnapshot{{{{QStringLiteral("text/plain"), text.toUtf8()}}}};
+private:
+    ClipboardText read(const ClipboardSnapshot& snapshot) const {
+        if (!answering)
+            return {ClipboardText::Status::noAnswer, {}};
+        for (const auto& item : snapshot.items) {
+            if (ClipboardMarkers::isSecret(item))
+                return {ClipboardText::Status::secret, {}};
+        }
+        return {ClipboardText::Status::read, plainTextOf(snapshot)};
     }
 };
 
