@@ -4,9 +4,10 @@
 #include <QGuiApplication>
 #include <QMimeData>
 
-X11Clipboard::X11Clipboard(QObject* parent)
+X11Clipboard::X11Clipboard(XConnection& connection, QObject* parent)
     : QObject(parent)
-    , m_clipboard(QGuiApplication::clipboard()) {
+    , m_clipboard(QGuiApplication::clipboard())
+    , m_reader(connection) {
     // Qt learns of other programs' changes through XFixes selection events
     // and of ours at once; both end up here.
     connect(m_clipboard, &QClipboard::changed, this, [this](QClipboard::Mode mode) {
@@ -25,22 +26,7 @@ bool X11Clipboard::keepsFormat(const QString& format) {
 }
 
 QCoro::Task<std::optional<ClipboardSnapshot>> X11Clipboard::snapshot() {
-    const QMimeData* data = m_clipboard->mimeData(QClipboard::Clipboard);
-    if (!data)
-        co_return ClipboardSnapshot{};
-    const QStringList formats = data->formats();
-    if (formats.isEmpty())
-        co_return ClipboardSnapshot{};
-    ClipboardSnapshot::Item item;
-    for (const QString& format : formats) {
-        if (!keepsFormat(format))
-            continue;
-        const QByteArray bytes = data->data(format);
-        if (bytes.isNull())
-            continue; // the owner would not give it
-        item.append({format, bytes});
-    }
-    co_return ClipboardSnapshot{{item}};
+    return m_reader.snapshot(m_reader.reader().atom("CLIPBOARD"));
 }
 
 void X11Clipboard::restore(const ClipboardSnapshot& snapshot) {
@@ -68,9 +54,9 @@ void X11Clipboard::setText(const QString& text) {
 }
 
 QCoro::Task<ClipboardText> X11Clipboard::text() {
-    co_return ClipboardText{ClipboardText::Status::read, m_clipboard->text(QClipboard::Clipboard)};
+    return m_reader.text(m_reader.reader().atom("CLIPBOARD"));
 }
 
 QCoro::Task<ClipboardText> X11Clipboard::primaryText() {
-    co_return ClipboardText{ClipboardText::Status::read, m_clipboard->text(QClipboard::Selection)};
+    return m_reader.text(XCB_ATOM_PRIMARY);
 }
