@@ -58,5 +58,9 @@ QCoro::Task<ClipboardText> X11Clipboard::text() {
 }
 
 QCoro::Task<ClipboardText> X11Clipboard::primaryText() {
-    return m_reader.text(XCB_ATOM_PRIMARY);
+    // Some programs keep PRIMARY long after their selection is gone: only
+    // the focused program's is what the user sees selected now.
+    if (!m_reader.reader().ownedByFocusedProgram(XCB_ATOM_PRIMARY))
+        co_return ClipboardText{};
+    co_return co_await m_reader.text(XCB_ATOM_PRIMARY);
 }

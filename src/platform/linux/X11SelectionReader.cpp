@@ -87,6 +87,21 @@ QByteArray X11SelectionReader::atomName(xcb_atom_t atom) {
     return name;
 }
 
+bool X11SelectionReader::ownedByFocusedProgram(xcb_atom_t selection) {
+    xcb_connection_t* c = m_connection.xcb();
+    const auto ownerCookie = xcb_get_selection_owner(c, selection);
+    const auto focusCookie = xcb_get_input_focus(c);
+    auto owner = owned(xcb_get_selection_owner_reply(c, ownerCookie, nullptr));
+    auto focus = owned(xcb_get_input_focus_reply(c, focusCookie, nullptr));
+    // No focus (None) or the focus following the pointer (PointerRoot) names
+    // no program.
+    if (!owner || !focus || owner->owner == XCB_NONE || focus->focus == XCB_NONE ||
+        focus->focus == XCB_INPUT_FOCUS_POINTER_ROOT)
+        return false;
+    const quint32 clientBits = ~xcb_get_setup(c)->resource_id_mask;
+    return (owner->owner & clientBits) == (focus->focus & clientBits);
+}
+
 QCoro::Task<X11SelectionReader::Answer>
 X11SelectionReader::read(xcb_atom_t selection, xcb_atom_t target, std::chrono::milliseconds limit) {
     xcb_connection_t* c = m_connection.xcb();
@@ -102,6 +117,7 @@ X11SelectionReader::read(xcb_atom_t selection, xcb_atom_t target, std::chrono::m
 
     Request* waiting = request.get();
     waiting->limit.setSingleShot(true);
+    waiting->limit.setTimerType(Qt::PreciseTimer);
     connect(&waiting->limit, &QTimer::timeout, waiting, [waiting] {
         waiting->finish({Answer::Status::noAnswer, {}, XCB_NONE});
     });

@@ -51,6 +51,11 @@ public:
     QCoro::Task<std::optional<QList<xcb_atom_t>>>
     targets(xcb_atom_t selection, std::chrono::milliseconds limit = defaultLimit);
 
+    // Whether the program that owns `selection` also has the keyboard focus:
+    // the owner's window and the focused one come from one client, and a
+    // client's resource ids share their base. Asks the server only.
+    bool ownedByFocusedProgram(xcb_atom_t selection);
+
     // Interned once, then cached.
     xcb_atom_t atom(const char* name);
     QByteArray atomName(xcb_atom_t atom);
