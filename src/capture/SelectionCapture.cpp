@@ -16,11 +16,25 @@ constexpr int modifierPolls = 30;
 constexpr auto copyPoll = 25ms;
 constexpr int copyPolls = 20;
 
+// No text at all: the note says why when the clipboard had something we
+// may not or could not use.
+Result nothing(const ClipboardText& read, const QString& note) {
+    switch (read.status) {
+    case ClipboardText::Status::secret:
+        return {QString(), SelectionSource::none, secretNote()};
+    case ClipboardText::Status::noAnswer:
+        return {QString(), SelectionSource::none, noAnswerNote()};
+    case ClipboardText::Status::read:
+        break;
+    }
+    return {QString(), SelectionSource::none, note};
+}
+
 QCoro::Task<Result> fallback(Clipboard& clipboard, QString note) {
     const ClipboardText read = co_await clipboard.text();
     if (read.hasText())
         co_return Result{read.text, SelectionSource::clipboard, note};
-    co_return Result{QString(), SelectionSource::none, note};
+    co_return nothing(read, note);
 }
 
 } // namespace
@@ -35,22 +49,39 @@ QString noPermissionNote() {
                           "Replace is unavailable.");
 }
 
+QString secretNote() {
+    return QStringLiteral(
+        "The clipboard holds a password manager's secret, which Wendle never reads.");
+}
+
+QString noAnswerNote() {
+    return QStringLiteral(
+        "The program that owns the clipboard is not answering, so nothing was copied.");
+}
+
 QCoro::Task<Result> capture(Platform& platform, Delay delay) {
     Clipboard& clipboard = platform.clipboard();
     if (!platform.permissions().accessibilityGranted())
         co_return co_await fallback(clipboard, noPermissionNote());
     // An application without a copy keystroke (a default xterm) cannot hand
-    // its selection over: its clipboard text is all there is, at once.
-    if (!platform.keySender().hasShortcut(KeySender::Shortcut::copy))
+    // its selection over through the clipboard, but what it shows selected
+    // is its PRIMARY selection.
+    if (!platform.keySender().hasShortcut(KeySender::Shortcut::copy)) {
+        const ClipboardText selected = co_await clipboard.primaryText();
+        if (selected.hasText())
+            co_return Result{selected.text, SelectionSource::selection, QString()};
         co_return co_await fallback(clipboard, noSelectionNote());
+    }
 
     for (int sleeps = 0; platform.modifierState().controlOrOptionHeld() && sleeps < modifierPolls;
          ++sleeps)
         co_await delay(modifierPoll);
 
+    // Without a snapshot the user's clipboard could not be put back after the
+    // copy: leave it alone, and its unanswering owner with it.
     const std::optional<ClipboardSnapshot> saved = co_await clipboard.snapshot();
     if (!saved)
-        co_return Result{QString(), SelectionSource::none, noSelectionNote()};
+        co_return Result{QString(), SelectionSource::none, noAnswerNote()};
     const quint64 before = clipboard.changeCount();
     platform.keySender().sendShortcut(KeySender::Shortcut::copy);
 

@@ -26,11 +26,18 @@ struct Result {
 QString noSelectionNote();
 // The note shown when the keystroke may not be sent at all.
 QString noPermissionNote();
+// The note shown when the clipboard holds a password manager's secret, which
+// is never used as text.
+QString secretNote();
+// The note shown when the program that owns the clipboard does not answer.
+QString noAnswerNote();
 
 // Waits for the hot key's modifiers to be released, sends the copy keystroke,
 // waits for the clipboard to change and restores it. Never fails; leaves the
-// clipboard as it found it. The clipboard's text at once when the front
-// application has no copy keystroke.
+// clipboard as it found it. When the front application has no copy keystroke
+// (the xterm family), what it shows selected (PRIMARY) at once. Every
+// clipboard read has a time limit: an owner that never answers makes the
+// capture give up, with no text and a note, instead of holding it up.
 QCoro::Task<Result> capture(Platform& platform, Delay delay = realDelay());
 
 } // namespace SelectionCapture

@@ -49,8 +49,9 @@ public:
     // The clipboard's plain text; none when it holds none, and never the text
     // of content a password manager marked secret.
     virtual QCoro::Task<ClipboardText> text() = 0;
-    // The same for what is selected now (X11's PRIMARY selection); macOS has
-    // no such thing and answers with no text.
+    // The same for what the focused application shows selected now (X11's
+    // PRIMARY selection, when that application owns it); macOS has no such
+    // thing and answers with no text.
     virtual QCoro::Task<ClipboardText> primaryText() = 0;
     // Grows by at least one whenever the clipboard's content changes, whoever
     // changes it.

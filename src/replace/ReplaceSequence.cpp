@@ -14,6 +14,13 @@ QCoro::Task<> run(Platform& platform, WindowHandle target, QString text, Delay d
     }
 
     Clipboard& clipboard = platform.clipboard();
+    // An application without a paste keystroke (a default xterm) cannot be
+    // handed the reply: it stays on the clipboard for the user to paste, rather
+    // than vanish under the restored content.
+    if (!platform.keySender().hasShortcut(KeySender::Shortcut::paste)) {
+        clipboard.setText(text);
+        co_return;
+    }
     // Nothing to put back when the clipboard's owner did not answer.
     const std::optional<ClipboardSnapshot> saved = co_await clipboard.snapshot();
     clipboard.setTextForPaste(text);

@@ -11,6 +11,13 @@ namespace {
 const QString selectionNote = SelectionCapture::noSelectionNote();
 const QString permissionNote = SelectionCapture::noPermissionNote();
 
+// A password manager's copy: the password and KDE's secret hint.
+ClipboardSnapshot secretClipboard() {
+    return ClipboardSnapshot{
+        {{{QStringLiteral("text/plain"), QByteArray("hunter2-password")},
+          {QStringLiteral("x-kde-passwordManagerHint"), QByteArray("secret")}}}};
+}
+
 ClipboardSnapshot userClipboard() {
     // What the user had copied before: text and HTML of one item.
     return ClipboardSnapshot{{{{QStringLiteral("text/plain"), QByteArray("user text")},
@@ -180,6 +187,80 @@ private Q_SLOTS:
             awaited(SelectionCapture::capture(platform, recordingDelay(platform.log)));
         QCOMPARE(result, (Result{QString(), SelectionSource::none, selectionNote}));
         QVERIFY(platform.log.steps.isEmpty());
+    }
+
+    void anApplicationWithoutACopyKeystrokeGivesWhatItShowsSelected() {
+        // A default xterm: what it shows selected is its PRIMARY selection.
+        RecordingPlatform platform;
+        platform.keys.shortcutsAvailable = false;
+        platform.clipboardFake.content = userClipboard();
+        platform.clipboardFake.primary = FakeClipboard::textSnapshot(QStringLiteral(" ls -la "));
+
+        const Result result =
+            awaited(SelectionCapture::capture(platform, recordingDelay(platform.log)));
+        QCOMPARE(result, (Result{QStringLiteral(" ls -la "), SelectionSource::selection, {}}));
+        QCOMPARE(platform.clipboardFake.primaryReads, 1);
+        QVERIFY(platform.keys.shortcuts.isEmpty());
+        QVERIFY(platform.log.steps.isEmpty());
+        QCOMPARE(platform.clipboardFake.content, userClipboard());
+    }
+
+    void aSecretPrimarySelectionIsNotUsed() {
+        RecordingPlatform platform;
+        platform.keys.shortcutsAvailable = false;
+        platform.clipboardFake.primary = secretClipboard();
+        platform.clipboardFake.content = userClipboard();
+        const Result result =
+            awaited(SelectionCapture::capture(platform, recordingDelay(platform.log)));
+        QCOMPARE(result,
+                 (Result{QStringLiteral("user text"), SelectionSource::clipboard, selectionNote}));
+    }
+
+    void aSecretOnTheClipboardIsNeverUsedAndStaysAsItWas() {
+        RecordingPlatform platform;
+        platform.clipboardFake.content = secretClipboard();
+        const Result result =
+            awaited(SelectionCapture::capture(platform, recordingDelay(platform.log)));
+        QCOMPARE(result,
+                 (Result{QString(), SelectionSource::none, SelectionCapture::secretNote()}));
+        QCOMPARE(platform.clipboardFake.content, secretClipboard());
+        QCOMPARE(platform.log.count("restore"), 0);
+    }
+
+    void aSecretWithoutPermissionIsNeverUsed() {
+        RecordingPlatform platform;
+        platform.permissionsFake.accessibility = false;
+        platform.clipboardFake.content = secretClipboard();
+        const Result result =
+            awaited(SelectionCapture::capture(platform, recordingDelay(platform.log)));
+        QCOMPARE(result,
+                 (Result{QString(), SelectionSource::none, SelectionCapture::secretNote()}));
+    }
+
+    void aSelectionCopiedOverASecretPutsTheSecretBackByteForByte() {
+        RecordingPlatform platform;
+        platform.clipboardFake.content = secretClipboard();
+        copyOnKeystroke(platform, QStringLiteral("the selected sentence"));
+        const Result result =
+            awaited(SelectionCapture::capture(platform, recordingDelay(platform.log)));
+        QCOMPARE(result,
+                 (Result{QStringLiteral("the selected sentence"), SelectionSource::selection, {}}));
+        QCOMPARE(platform.clipboardFake.content, secretClipboard());
+    }
+
+    void anOwnerThatNeverAnswersMakesTheCaptureGiveUpWithoutCopying() {
+        RecordingPlatform platform;
+        platform.clipboardFake.content = userClipboard();
+        platform.clipboardFake.answering = false;
+        copyOnKeystroke(platform, QStringLiteral("never copied"));
+        const Result result =
+            awaited(SelectionCapture::capture(platform, recordingDelay(platform.log)));
+        QCOMPARE(result,
+                 (Result{QString(), SelectionSource::none, SelectionCapture::noAnswerNote()}));
+        // Without a snapshot nothing could be put back: no copy is sent.
+        QVERIFY(platform.keys.shortcuts.isEmpty());
+        QCOMPARE(platform.log.steps, QStringList{"snapshot"});
+        QCOMPARE(platform.clipboardFake.content, userClipboard());
     }
 
     void copyWaitsUntilCtrlAndAltAreReleased() {

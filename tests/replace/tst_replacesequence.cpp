@@ -67,6 +67,19 @@ private Q_SLOTS:
         QCOMPARE(platform.keys.shortcuts, QList<KeySender::Shortcut>{KeySender::Shortcut::paste});
     }
 
+    void withoutAPasteKeystrokeTheReplyStaysOnTheClipboard() {
+        // A default xterm: nothing can paste into it, and restoring the user's
+        // clipboard would take the reply away too.
+        RecordingPlatform platform;
+        platform.clipboardFake.content = richClipboard();
+        platform.keys.shortcutsAvailable = false;
+        awaited(ReplaceSequence::run(platform, platform.front.front, QStringLiteral("Reply."),
+                                     recordingDelay(platform.log)));
+        QCOMPARE(platform.clipboardFake.plainText(), QStringLiteral("Reply."));
+        QCOMPARE(platform.log.count("restore"), 0);
+        QVERIFY(platform.keys.shortcuts.isEmpty());
+    }
+
     void theUsersClipboardComesBackOnlyAfterASlowTargetFetchedTheText() {
         RecordingPlatform platform;
         platform.clipboardFake.content = richClipboard();

@@ -19,9 +19,10 @@ constexpr auto keeperTakeOverLimit = 5s;
 constexpr auto pasteRestoreMargin = 1s;
 } // namespace
 
-X11Clipboard::X11Clipboard(QObject* parent)
+X11Clipboard::X11Clipboard(XConnection& connection, QObject* parent)
     : QObject(parent)
-    , m_clipboard(QGuiApplication::clipboard()) {
+    , m_clipboard(QGuiApplication::clipboard())
+    , m_reader(connection) {
     // Qt learns of other programs' changes through XFixes selection events
     // and of ours at once; both end up here.
     connect(m_clipboard, &QClipboard::changed, this, [this](QClipboard::Mode mode) {
@@ -40,22 +41,7 @@ bool X11Clipboard::keepsFormat(const QString& format) {
 }
 
 QCoro::Task<std::optional<ClipboardSnapshot>> X11Clipboard::snapshot() {
-    const QMimeData* data = m_clipboard->mimeData(QClipboard::Clipboard);
-    if (!data)
-        co_return ClipboardSnapshot{};
-    const QStringList formats = data->formats();
-    if (formats.isEmpty())
-        co_return ClipboardSnapshot{};
-    ClipboardSnapshot::Item item;
-    for (const QString& format : formats) {
-        if (!keepsFormat(format))
-            continue;
-        const QByteArray bytes = data->data(format);
-        if (bytes.isNull())
-            continue; // the owner would not give it
-        item.append({format, bytes});
-    }
-    co_return ClipboardSnapshot{{item}};
+    return m_reader.snapshot(m_reader.reader().atom("CLIPBOARD"));
 }
 
 void X11Clipboard::restore(const ClipboardSnapshot& snapshot) {
@@ -137,9 +123,13 @@ QCoro::Task<> X11Clipboard::keepAfterQuit() {
 }
 
 QCoro::Task<ClipboardText> X11Clipboard::text() {
-    co_return ClipboardText{ClipboardText::Status::read, m_clipboard->text(QClipboard::Clipboard)};
+    return m_reader.text(m_reader.reader().atom("CLIPBOARD"));
 }
 
 QCoro::Task<ClipboardText> X11Clipboard::primaryText() {
-    co_return ClipboardText{ClipboardText::Status::read, m_clipboard->text(QClipboard::Selection)};
+    // Some programs keep PRIMARY long after their selection is gone: only
+    // the focused program's is what the user sees selected now.
+    if (!m_reader.reader().ownedByFocusedProgram(XCB_ATOM_PRIMARY))
+        co_return ClipboardText{};
+    co_return co_await m_reader.text(XCB_ATOM_PRIMARY);
 }

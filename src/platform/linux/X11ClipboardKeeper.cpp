@@ -1,6 +1,7 @@
 #include "platform/linux/X11ClipboardKeeper.h"
 
 #include "platform/linux/X11Clipboard.h"
+#include "platform/linux/XConnection.h"
 
 #include <QClipboard>
 #include <QCoreApplication>
@@ -94,7 +95,12 @@ int run(int argc, char* argv[]) {
     const xcb_window_t owner = selectionOwner(connection, "CLIPBOARD");
     if (owner == XCB_NONE)
         return 0;
-    X11Clipboard clipboard;
+    // The clipboard is read on a connection of our own, like Wendle's.
+    const std::unique_ptr<XConnection> own = XConnection::open(nullptr);
+    if (!own)
+        return 1;
+    X11Clipboard clipboard(*own);
+    // Runs on from the event loop; the task's frame lives until it ends.
     takeOver(clipboard, owner);
     return QGuiApplication::exec();
 }

@@ -10,7 +10,8 @@ X11Platform::X11Platform(std::unique_ptr<XConnection> connection)
     , m_hotKey(*m_connection)
     , m_keySender(*m_connection, m_frontWindow)
     , m_keyWatcher(*m_connection, &m_keySender.hold())
-    , m_modifierState(*m_connection) {}
+    , m_modifierState(*m_connection)
+    , m_clipboard(*m_connection) {}
 
 X11Platform::~X11Platform() = default;
 

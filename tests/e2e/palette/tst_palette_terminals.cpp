@@ -1,8 +1,6 @@
 #include "DesktopTestMain.h"
 #include "PaletteDesktop.h"
 
-#include "capture/SelectionCapture.h"
-
 #include <QElapsedTimer>
 #include <QFileInfo>
 
@@ -139,8 +137,7 @@ private Q_SLOTS:
 
     void aDefaultXtermNeverReceivesCtrlC() {
         // A default xterm has no keystroke for the CLIPBOARD: nothing is sent
-        // to it, so the clipboard's text is used at once, with its note, even
-        // though a word is selected.
+        // to it, and what it shows selected (PRIMARY) is taken at once.
         const ClipboardContent before = ClipboardContent::textOnly("Words on the clipboard.");
         QProcess* owner = ownClipboard(desktop(), before);
         QVERIFY(owner);
@@ -162,13 +159,11 @@ private Q_SLOTS:
         QVERIFY(desktop().keyUp(QStringLiteral("ctrl+alt")));
         QVERIFY(opened);
         QVERIFY2(openedMs < 600, qPrintable(QStringLiteral("opened after %1 ms").arg(openedMs)));
-        QCOMPARE(palette().value("source").toString(), QStringLiteral("clipboard"));
-        QCOMPARE(palette().value("selectedText").toString(),
-                 QStringLiteral("Words on the clipboard."));
-        QCOMPARE(palette().value("note").toString(), SelectionCapture::noSelectionNote());
+        QCOMPARE(palette().value("source").toString(), QStringLiteral("selection"));
+        QCOMPARE(palette().value("selectedText").toString(), QStringLiteral("select"));
+        QCOMPARE(palette().value("note").toString(), QString());
         QVERIFY(desktop().key(QStringLiteral("1")));
         QVERIFY(waitForPhase(QStringLiteral("done")));
-        QVERIFY(!palette().value("canReplace").toBool());
         QVERIFY(desktop().key(QStringLiteral("Escape")));
         QVERIFY(DesktopSession::waitUntil([] { return !paletteVisible(); }));
         QVERIFY(clipboardHolds(desktop(), before));
