@@ -77,26 +77,28 @@ QCoro::Task<ModelList> listModels(ServerSettings settings) {
     std::optional<QUrl> refused;
     bool tooLong = false;
     QUrl current = url;
-    QObject::connect(reply.get(), &QNetworkReply::redirected, reply.get(), [&](const QUrl& target) {
-        if (sameServer(current, target)) {
-            current = target;
-            Q_EMIT reply->redirectAllowed();
-            return;
-        }
-        refused = target;
-        reply->abort();
-    });
+    const QMetaObject::Connection redirects = QObject::connect(
+        reply.get(), &QNetworkReply::redirected, reply.get(), [&](const QUrl& target) {
+            if (sameServer(current, target)) {
+                current = target;
+                Q_EMIT reply->redirectAllowed();
+                return;
+            }
+            refused = target;
+            reply->abort();
+        });
     const qsizetype limit = limits().reply;
-    QObject::connect(reply.get(), &QNetworkReply::downloadProgress, reply.get(),
-                     [&](qint64 received, qint64) {
-                         if (received <= limit || tooLong)
-                             return;
-                         tooLong = true;
-                         reply->abort();
-                     });
+    const QMetaObject::Connection progress = QObject::connect(
+        reply.get(), &QNetworkReply::downloadProgress, reply.get(), [&](qint64 received, qint64) {
+            if (received <= limit || tooLong)
+                return;
+            tooLong = true;
+            reply->abort();
+        });
     co_await reply.get();
     // The handlers above write into this frame: none may run once it is gone.
-    QObject::disconnect(reply.get(), nullptr, nullptr, nullptr);
+    QObject::disconnect(redirects);
+    QObject::disconnect(progress);
     if (refused)
         co_return ModelList{
             {}, ClientError::redirectRefused(address(refused->toString(QUrl::RemoveUserInfo)))};
