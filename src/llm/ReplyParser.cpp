@@ -57,27 +57,6 @@ std::optional<QString> errorIn(const QJsonObject& object) {
     return std::nullopt;
 }
 
-// The same fields the fast reader gives, from a parsed object.
-ReplyFields fieldsOf(const QJsonObject& object) {
-    ReplyFields fields;
-    fields.error = errorIn(object);
-    fields.messageContent = object.value(QLatin1String("message"))
-                                .toObject()
-                                .value(QLatin1String("content"))
-                                .toString();
-    const QJsonValue done = object.value(QLatin1String("done"));
-    fields.done = done.isBool() && done.toBool();
-    fields.deltaContent = object.value(QLatin1String("choices"))
-                              .toArray()
-                              .first()
-                              .toObject()
-                              .value(QLatin1String("delta"))
-                              .toObject()
-                              .value(QLatin1String("content"))
-                              .toString();
-    return fields;
-}
-
 // The first `count` user-perceived characters, so that a cut never splits a
 // character made of several code units.
 QString firstCharacters(const QString& text, int count) {
@@ -122,7 +101,7 @@ Piece parse(QByteArrayView line, bool ollama) {
         const std::optional<QJsonObject> object = objectIn(payload);
         if (!object)
             return SkipPiece{};
-        read.fields = fieldsOf(*object);
+        read.fields = LLMClient::replyFieldsOf(*object);
     }
     const ReplyFields& fields = read.fields;
 
@@ -154,6 +133,26 @@ qsizetype characterCount(const QString& text) {
     while (finder.toNextBoundary() >= 0)
         ++count;
     return count;
+}
+
+ReplyFields replyFieldsOf(const QJsonObject& object) {
+    ReplyFields fields;
+    fields.error = errorIn(object);
+    fields.messageContent = object.value(QLatin1String("message"))
+                                .toObject()
+                                .value(QLatin1String("content"))
+                                .toString();
+    const QJsonValue done = object.value(QLatin1String("done"));
+    fields.done = done.isBool() && done.toBool();
+    fields.deltaContent = object.value(QLatin1String("choices"))
+                              .toArray()
+                              .first()
+                              .toObject()
+                              .value(QLatin1String("delta"))
+                              .toObject()
+                              .value(QLatin1String("content"))
+                              .toString();
+    return fields;
 }
 
 } // namespace LLMClient

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "llm/LLMError.h"
+#include "llm/ReplyFields.h"
 
 #include <QByteArrayView>
+#include <QJsonObject>
 #include <QString>
 
 #include <variant>
@@ -31,6 +33,10 @@ Piece parse(const QString& line, bool ollama);
 // The same for a line as it came off the wire, in UTF-8: what a run uses,
 // sparing a conversion to text and back for every line.
 Piece parse(QByteArrayView line, bool ollama);
+
+// The fields the strict reader gives, from an object Qt's JSON parser read:
+// what a run uses for the lines the strict reader leaves to the parser.
+ReplyFields replyFieldsOf(const QJsonObject& object);
 
 // A readable message from an error reply's body: the JSON "error" string or
 // "error.message", else the first 300 characters of the trimmed body.

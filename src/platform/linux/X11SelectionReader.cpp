@@ -174,15 +174,18 @@ void X11SelectionReader::handleXEvent(const xcb_generic_event_t* event) {
     }
 }
 
-void X11SelectionReader::received(Request& request, xcb_atom_t property) {
+X11SelectionReader::PropertyReply X11SelectionReader::takeProperty(xcb_window_t window,
+                                                                   xcb_atom_t property) {
     xcb_connection_t* c = m_connection.xcb();
+    return owned(xcb_get_property_reply(
+        c, xcb_get_property(c, 1, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, wholeProperty),
+        nullptr));
+}
+
+void X11SelectionReader::received(Request& request, xcb_atom_t property) {
     // Reading with delete also starts an INCR transfer: the owner sends the
     // first piece once the property is gone.
-    auto reply =
-        owned(xcb_get_property_reply(c,
-                                     xcb_get_property(c, 1, request.window, property,
-                                                      XCB_GET_PROPERTY_TYPE_ANY, 0, wholeProperty),
-                                     nullptr));
+    auto reply = takeProperty(request.window, property);
     if (!reply) {
         request.finish({Answer::Status::refused, {}, XCB_NONE});
         return;
@@ -198,12 +201,7 @@ void X11SelectionReader::received(Request& request, xcb_atom_t property) {
 }
 
 void X11SelectionReader::receivedPiece(Request& request) {
-    xcb_connection_t* c = m_connection.xcb();
-    auto reply =
-        owned(xcb_get_property_reply(c,
-                                     xcb_get_property(c, 1, request.window, m_property,
-                                                      XCB_GET_PROPERTY_TYPE_ANY, 0, wholeProperty),
-                                     nullptr));
+    auto reply = takeProperty(request.window, m_property);
     if (!reply) {
         request.finish({Answer::Status::refused, {}, XCB_NONE});
         return;

@@ -11,6 +11,8 @@
 #include <xcb/xcb.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <memory>
 #include <optional>
 
 class XConnection;
@@ -64,6 +66,9 @@ public:
 
 private:
     class Request;
+    using PropertyReply = std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)>;
+    // The whole property, deleted from the window as it is read.
+    PropertyReply takeProperty(xcb_window_t window, xcb_atom_t property);
     void received(Request& request, xcb_atom_t property);
     void receivedPiece(Request& request);
 

@@ -20,32 +20,6 @@ namespace {
 using LLMClient::ReplyFields;
 using LLMClient::ReplyFieldsResult;
 
-// The fields as Qt's parser sees them.
-ReplyFields fieldsFromQt(const QJsonObject& object) {
-    ReplyFields fields;
-    const QJsonValue error = object.value(QLatin1String("error"));
-    if (error.isString())
-        fields.error = error.toString();
-    else if (const QJsonValue message = error.toObject().value(QLatin1String("message"));
-             message.isString())
-        fields.error = message.toString();
-    fields.messageContent = object.value(QLatin1String("message"))
-                                .toObject()
-                                .value(QLatin1String("content"))
-                                .toString();
-    const QJsonValue done = object.value(QLatin1String("done"));
-    fields.done = done.isBool() && done.toBool();
-    fields.deltaContent = object.value(QLatin1String("choices"))
-                              .toArray()
-                              .first()
-                              .toObject()
-                              .value(QLatin1String("delta"))
-                              .toObject()
-                              .value(QLatin1String("content"))
-                              .toString();
-    return fields;
-}
-
 void compareWithQt(QByteArrayView json) {
     const ReplyFieldsResult fast = LLMClient::readReplyFields(json);
     if (fast.status == ReplyFieldsResult::Status::unreadable)
@@ -61,7 +35,7 @@ void compareWithQt(QByteArrayView json) {
     }
     if (error.error != QJsonParseError::NoError || !document.isObject())
         std::abort(); // read as a strict JSON object, yet Qt reads no object
-    const ReplyFields qt = fieldsFromQt(document.object());
+    const ReplyFields qt = LLMClient::replyFieldsOf(document.object());
     if (fast.fields.error != qt.error || fast.fields.messageContent != qt.messageContent ||
         fast.fields.done != qt.done || fast.fields.deltaContent != qt.deltaContent)
         std::abort();
